@@ -1,0 +1,33 @@
+# Install rules: the library, its headers, the CMake package gravok-data and the
+# pkg-config file gravok-data.pc. Both package files are relocatable: they find the
+# install prefix from their own location, so an installed tree may be moved whole.
+
+set(GRAVOK_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/gravok-data)
+
+install(TARGETS gravok-data EXPORT gravok-data-targets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT gravok-data-targets NAMESPACE gravok::
+  DESTINATION ${GRAVOK_CMAKE_DIR})
+
+configure_package_config_file(
+  ${PROJECT_SOURCE_DIR}/cmake/gravok-data-config.cmake.in
+  ${PROJECT_BINARY_DIR}/gravok-data-config.cmake
+  INSTALL_DESTINATION ${GRAVOK_CMAKE_DIR})
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/gravok-data-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/gravok-data-config.cmake
+  ${PROJECT_BINARY_DIR}/gravok-data-config-version.cmake
+  DESTINATION ${GRAVOK_CMAKE_DIR})
+
+# The .pc file names its prefix relative to its own folder (pkg-config's pcfiledir).
+set(GRAVOK_PC_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH GRAVOK_PC_TO_PREFIX /root/${GRAVOK_PC_DIR} /root)
+string(REGEX REPLACE "/$" "" GRAVOK_PC_TO_PREFIX "${GRAVOK_PC_TO_PREFIX}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/gravok-data.pc.in
+               ${PROJECT_BINARY_DIR}/gravok-data.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/gravok-data.pc DESTINATION ${GRAVOK_PC_DIR})

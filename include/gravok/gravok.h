@@ -1,0 +1,12 @@
+// Brings in the whole public interface of gravok-data.
+#ifndef GRAVOK_GRAVOK_H
+#define GRAVOK_GRAVOK_H
+
+#include <gravok/data_source.h>
+#include <gravok/element_types.h>
+#include <gravok/export.h>
+#include <gravok/mesh_tools.h>
+#include <gravok/records.h>
+#include <gravok/units.h>
+
+#endif  // GRAVOK_GRAVOK_H

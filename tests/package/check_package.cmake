@@ -1,0 +1,51 @@
+# Installs the build tree BUILD_DIR into WORK_DIR/prefix, then builds the host example
+# in CONSUMER_DIR against the installed package twice, through find_package and through
+# pkg-config, and runs both programs. Any failing step fails the script.
+
+set(prefix ${WORK_DIR}/prefix)
+file(REMOVE_RECURSE ${WORK_DIR})
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status
+                  OUTPUT_VARIABLE out ERROR_VARIABLE out)
+  if(NOT status EQUAL 0)
+    list(JOIN ARGN " " command)
+    message(FATAL_ERROR "failed (${status}): ${command}\n${out}")
+  endif()
+  set(last_output "${out}" PARENT_SCOPE)
+endfunction()
+
+set(config_args)
+if(CONFIG)
+  set(config_args --config ${CONFIG})
+endif()
+set(sanitize_flags)
+if(SANITIZE)
+  set(sanitize_flags -fsanitize=${SANITIZE})
+endif()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} ${config_args} --prefix ${prefix})
+
+# 1. find_package(gravok-data CONFIG REQUIRED) and gravok::data.
+set(build ${WORK_DIR}/cmake-build)
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${build} -G ${GENERATOR}
+    -DCMAKE_BUILD_TYPE=${CONFIG} -DCMAKE_CXX_COMPILER=${CXX}
+    "-DCMAKE_CXX_FLAGS=${sanitize_flags}" -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${build} ${config_args})
+find_program(consumer NAMES gravok-consumer PATHS ${build} ${build}/${CONFIG}
+             NO_DEFAULT_PATH REQUIRED)
+run(${consumer})
+message("${last_output}")
+
+# 2. pkg-config --cflags --libs gravok-data.
+if(NOT WIN32)
+  find_program(PKG_CONFIG NAMES pkg-config pkgconf REQUIRED)
+  set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
+  run(${PKG_CONFIG} --cflags --libs gravok-data)
+  string(STRIP "${last_output}" pc_flags)
+  separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
+  run(${CXX} -std=c++17 ${sanitize_flags} ${CONSUMER_DIR}/main.cpp ${pc_flags}
+      -Wl,-rpath,${prefix}/${LIBDIR} -o ${WORK_DIR}/pkg-config-consumer)
+  run(${WORK_DIR}/pkg-config-consumer)
+  message("through pkg-config: ${last_output}")
+endif()

@@ -1,0 +1,58 @@
+#include <gravok/element_types.h>
+#include <gravok/records.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+gravok_grading_element patterned_element(unsigned char seed) {
+  gravok_grading_element element;
+  unsigned char* bytes = reinterpret_cast<unsigned char*>(&element);
+  for (std::size_t i = 0; i < sizeof element; ++i) {
+    bytes[i] = static_cast<unsigned char>(seed + i * 7);
+  }
+  return element;
+}
+
+TEST(ElementRecord, CopiesThroughContainersByteForByte) {
+  const gravok_grading_element original = patterned_element(3);
+  std::vector<gravok_grading_element> elements(5, original);
+  std::vector<gravok_grading_element> copied = elements;
+  copied.insert(copied.begin(), original);
+  for (const gravok_grading_element& element : copied) {
+    EXPECT_EQ(std::memcmp(&element, &original, sizeof original), 0);
+  }
+}
+
+TEST(ElementRecord, InitgeClearsEveryByte) {
+  gravok_grading_element element = patterned_element(11);
+  gvk::initge(element);
+  const gravok_grading_element zero{};
+  EXPECT_EQ(std::memcmp(&element, &zero, sizeof zero), 0);
+  for (double slot : element.location) EXPECT_EQ(slot, 0.0);
+}
+
+TEST(ElementKind, HoldsEveryThirtyTwoBitValue) {
+  // Hosts pass unnamed kinds through the interfaces; the type must represent them.
+  const std::int32_t values[] = {-1, 8, 99, 1000, INT32_MIN, INT32_MAX};
+  for (std::int32_t value : values) {
+    const GradingElementType kind = static_cast<GradingElementType>(value);
+    EXPECT_EQ(static_cast<std::int32_t>(kind), value);
+  }
+}
+
+TEST(ElementKind, NamedValuesMatchTheExchangeFormat) {
+  EXPECT_EQ(LowPoint, 0);
+  EXPECT_EQ(Unclassified, 7);
+  EXPECT_EQ(Curb, 100);
+  EXPECT_EQ(ParkingLot, 103);
+  EXPECT_EQ(Pathway, 105);
+  EXPECT_EQ(Generic, 1);
+  EXPECT_EQ(Exclusion, 2);
+  EXPECT_EQ(Unconstrained, 0);
+}
+
+}  // namespace
