@@ -3,9 +3,12 @@
 #define GRAVOK_GRAVOK_H
 
 #include <gravok/data_source.h>
+#include <gravok/data_store.h>
 #include <gravok/element_types.h>
 #include <gravok/export.h>
 #include <gravok/mesh_tools.h>
+#include <gravok/offset_data_source.h>
+#include <gravok/providers.h>
 #include <gravok/records.h>
 #include <gravok/units.h>
 

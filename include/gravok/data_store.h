@@ -1,0 +1,121 @@
+// The data store: the receiver of a grading problem, the counterpart of the data
+// source. A host application, a file writer or any other sink derives from DataStore
+// and implements its pure setters; the library supplies the bulk brackets, the kind
+// dispatch set_grading_elements and the whole-problem transfer copyFrom. Every store
+// is also a source and answers every DataSource operation.
+//
+// The order of the virtual operations is part of the binary interface: stores are
+// built separately from the library. A new operation goes after the last one, never
+// between two.
+//
+// Each setter receives exactly what the DataSource getter of the same stem delivers
+// (set_low_points what get_low_points fills, set_fix_boundary what fix_boundary
+// returns, and so on). The library never synchronises calls into a store: copyFrom
+// makes all its calls from its caller's thread, one at a time. The kind table behind
+// set_grading_elements is shared by all stores and threads; its first filling is
+// safe when several threads make their first call at the same moment.
+#ifndef GRAVOK_DATA_STORE_H
+#define GRAVOK_DATA_STORE_H
+
+#include <gravok/data_source.h>
+#include <gravok/export.h>
+#include <gravok/records.h>
+#include <gravok/units.h>
+
+#include <vector>
+
+namespace gvk {
+
+class GRAVOK_API DataStore : public DataSource {
+ public:
+  // A store base has no state: construction, copying and moving copy nothing.
+  DataStore() = default;
+  DataStore(const DataStore&) = default;
+  DataStore(DataStore&&) = default;
+  DataStore& operator=(const DataStore&) = default;
+  DataStore& operator=(DataStore&&) = default;
+
+  ~DataStore() override;
+
+  // Bracket a run of setter calls that belong together, so that a store can treat
+  // them as one batch (a database store opens a transaction in the first and commits
+  // it in the second). copyFrom calls each once around all its setter calls. Default:
+  // nothing; nothing counts or checks the pairing.
+  virtual void beginBulkOperation() const;
+  virtual void endBulkOperation() const;
+
+  // The units of the problem. The library never calls it: copyFrom does not move
+  // units, so a host that wants them stored hands them over itself.
+  virtual void set_units(const Unit<1>& linear, const Unit<2>& area,
+                         const Unit<3>& volume) = 0;
+
+  // The existing-ground mesh as get_eg_data delivers it: parallel vertex
+  // coordinates, triangles of 0-based indices into them, one record per triangle.
+  virtual void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
+                           const std::vector<double>& z,
+                           const std::vector<Triangle>& triangles,
+                           const std::vector<gravok_triangle_info>& triangle_info) = 0;
+
+  // The break lines of the existing ground. The library never calls it: copyFrom
+  // does not move break lines.
+  virtual void set_break_lines(const std::vector<gravok_line_3d>& lines) = 0;
+
+  virtual void set_objectives(const std::vector<gravok_objective>& objectives) = 0;
+
+  // Routes the elements of one kind to the setter of that kind, handing on the same
+  // vector, also when it is empty: every kind of 100 or more (named or not) goes to
+  // set_complex_elements with the kind; 0 set_low_points, 1 set_bounded_points,
+  // 2 set_aligned_edges, 3 set_offsets, 4 set_drain_lines, 5 set_trizone_polygons,
+  // 6 set_bend_lines. Any other kind (Unclassified, 8 to 99, negative values) is
+  // dropped silently: no setter is called. Exceptions of the setter pass through.
+  // A store may override it; copyFrom calls it virtually for every kind it moves.
+  virtual void set_grading_elements(GradingElementType kind,
+                                    const std::vector<gravok_grading_element>& elements);
+
+  // Per-kind setters: each receives the complete vector of its kind in one call, the
+  // element records only (never the coordinate lists xs and ys nor complex data).
+  virtual void set_low_points(const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_bounded_points(
+      const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_offsets(const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_drain_lines(const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_bend_lines(const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_aligned_edges(const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_trizone_polygons(
+      const std::vector<gravok_grading_element>& elements) = 0;
+  virtual void set_complex_elements(
+      GradingElementType kind, const std::vector<gravok_grading_element>& elements) = 0;
+
+  // Settings of the optimisation, each as its getter returns it.
+  virtual void set_fix_boundary(bool fix) = 0;
+  virtual void set_max_slope(double slope) = 0;
+  virtual void set_min_slope(double slope) = 0;
+  virtual void set_volume_constraint(VolumeConstraint constraint) = 0;
+  virtual void set_max_slopes(const std::vector<double>& slopes) = 0;
+  virtual void set_min_slopes(const std::vector<double>& slopes) = 0;
+  virtual void set_mesh_metric(mesh_metric metric) = 0;
+  virtual void set_max_iteration_count(long long count) = 0;
+  virtual void set_epsilon(double epsilon) = 0;
+
+  // Moves the whole problem of `source` into this store, re-expressed in this store's
+  // origin. Inside one bulk bracket it hands each setting to the setter of the same
+  // stem (objectives, max slope, min slope, volume constraint, max slopes, min
+  // slopes, fix boundary, epsilon, max iteration count, mesh metric), then reads the
+  // source's mesh, then the offsets d = source origin - store origin (x, y, z in
+  // turn, the source's get_?orig before the store's), adds them to the mesh and hands
+  // it to set_eg_data, and finally moves the elements of every kind of
+  // allElementTypes(), in its order, through an OffsetDataSource with those offsets
+  // into set_grading_elements, once per kind, also when a kind has no elements.
+  //
+  // The source is read as it answers now: it is neither loaded nor asked for units,
+  // surfaces, break lines, host version or GUIDs, and none of these reach the store.
+  // Nothing is validated; NaN or infinite origins flow into the offsets unchanged.
+  // An exception from the source, the store or an allocation stops the transfer at
+  // once and reaches the caller; endBulkOperation is then not called, and the store
+  // keeps what its setters took in so far. Neither object is owned or kept.
+  void copyFrom(DataSource& source);
+};
+
+}  // namespace gvk
+
+#endif  // GRAVOK_DATA_STORE_H

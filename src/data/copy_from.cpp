@@ -1,0 +1,89 @@
+#include <gravok/data_store.h>
+#include <gravok/element_types.h>
+#include <gravok/offset_data_source.h>
+
+namespace gvk {
+namespace {
+
+struct Offsets {
+  double dx;
+  double dy;
+  double dz;
+};
+
+// Each setting goes from the source's getter straight to the store's setter of the
+// same stem before the next one is read.
+void copy_settings(DataSource& source, DataStore& store) {
+  std::vector<gravok_objective> objectives;
+  source.get_objectives(objectives);
+  store.set_objectives(objectives);
+  store.set_max_slope(source.get_max_slope());
+  store.set_min_slope(source.get_min_slope());
+  store.set_volume_constraint(source.get_volume_constraint());
+  std::vector<double> max_slopes;
+  source.get_max_slopes(max_slopes);
+  store.set_max_slopes(max_slopes);
+  std::vector<double> min_slopes;
+  source.get_min_slopes(min_slopes);
+  store.set_min_slopes(min_slopes);
+  store.set_fix_boundary(source.fix_boundary());
+  store.set_epsilon(source.get_epsilon());
+  store.set_max_iteration_count(source.get_max_iteration_count());
+  store.set_mesh_metric(source.get_mesh_metric());
+}
+
+// Source origin minus store origin, one axis at a time and the source first. Separate
+// statements fix the order of the calls, which a store or source may observe.
+Offsets origin_difference(const DataSource& source, const DataStore& store) {
+  Offsets d{};
+  const double source_x = source.get_xorig();
+  d.dx = source_x - store.get_xorig();
+  const double source_y = source.get_yorig();
+  d.dy = source_y - store.get_yorig();
+  const double source_z = source.get_zorig();
+  d.dz = source_z - store.get_zorig();
+  return d;
+}
+
+// Reads the mesh from the source itself, then the origins (the source may set its
+// origin while delivering the mesh), shifts the mesh in place and hands it over.
+Offsets copy_mesh(DataSource& source, DataStore& store) {
+  std::vector<double> x, y, z;
+  std::vector<Triangle> triangles;
+  std::vector<gravok_triangle_info> triangle_info;
+  source.get_eg_data(x, y, z, triangles, triangle_info);
+  const Offsets d = origin_difference(source, store);
+  OffsetDataSource::offset_vec(x, d.dx);
+  OffsetDataSource::offset_vec(y, d.dy);
+  OffsetDataSource::offset_vec(z, d.dz);
+  store.set_eg_data(x, y, z, triangles, triangle_info);
+  return d;
+}
+
+// One set of containers serves every kind. The complex-data holder is deliberately
+// kept across kinds: only the records reach the store, so what it holds is never used.
+void copy_elements(DataSource& source, DataStore& store, const Offsets& d) {
+  OffsetDataSource shifted(source, d.dx, d.dy, d.dz);
+  std::vector<gravok_grading_element> elements;
+  std::vector<std::vector<double>> xs, ys;
+  DataSource::ComplexElementData complex_data;
+  for (const GradingElementType kind : allElementTypes()) {
+    shifted.get_grading_elements(kind, elements, xs, ys, complex_data);
+    store.set_grading_elements(kind, elements);
+    elements.clear();
+    xs.clear();
+    ys.clear();
+  }
+}
+
+}  // namespace
+
+void DataStore::copyFrom(DataSource& source) {
+  beginBulkOperation();
+  copy_settings(source, *this);
+  const Offsets d = copy_mesh(source, *this);
+  copy_elements(source, *this, d);
+  endBulkOperation();
+}
+
+}  // namespace gvk

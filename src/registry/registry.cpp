@@ -1,0 +1,93 @@
+#include <gravok/providers.h>
+
+#include <map>
+#include <utility>
+
+namespace gvk {
+namespace {
+
+template <class Provider>
+using Registry = std::map<std::string, std::unique_ptr<Provider>>;
+
+// Created on first use by any thread, destroyed with every provider still in it when
+// the library is unloaded.
+Registry<DataSourceProvider>& source_registry() {
+  static Registry<DataSourceProvider> registry;
+  return registry;
+}
+
+Registry<DataStoreProvider>& store_registry() {
+  static Registry<DataStoreProvider> registry;
+  return registry;
+}
+
+// try_emplace leaves `provider` alone when the name is taken, so the rejected
+// provider is destroyed with the argument when the caller returns.
+template <class Provider>
+bool add(Registry<Provider>& registry, std::string& name,
+         std::unique_ptr<Provider>& provider) {
+  if (!provider) return false;
+  return registry.try_emplace(std::move(name), std::move(provider)).second;
+}
+
+// Writes the registry's providers, in name order, from `out` on; returns the end.
+// The caller sizes the list first: appending would export the vector-growth code of
+// our pointer types, which is no part of the interface.
+template <class Provider, class Out>
+Out fill(const Registry<Provider>& registry, Out out) {
+  for (const auto& entry : registry) *out++ = entry.second.get();
+  return out;
+}
+
+}  // namespace
+
+bool registerDataSourceProvider(std::string name,
+                                std::unique_ptr<DataSourceProvider> provider) {
+  return add(source_registry(), name, provider);
+}
+
+bool unregisterDataSourceProvider(std::string name) {
+  return source_registry().erase(name) == 1;
+}
+
+std::vector<const DataSourceProvider*> dataSourceProviders() {
+  std::vector<const DataSourceProvider*> list(store_registry().size() +
+                                              source_registry().size());
+  fill(source_registry(), fill(store_registry(), list.begin()));
+  return list;
+}
+
+std::unique_ptr<DataSource> createDataSource(const std::string& location) {
+  for (const DataSourceProvider* provider : dataSourceProviders()) {
+    if (!provider->canHandle(location)) continue;
+    std::unique_ptr<DataSource> source = provider->createDataSource(location);
+    if (source) return source;
+  }
+  return nullptr;
+}
+
+bool registerDataStoreProvider(std::string name,
+                               std::unique_ptr<DataStoreProvider> provider) {
+  return add(store_registry(), name, provider);
+}
+
+bool unregisterDataStoreProvider(std::string name) {
+  return store_registry().erase(name) == 1;
+}
+
+std::vector<const DataStoreProvider*> dataStoreProviders() {
+  std::vector<const DataStoreProvider*> list(store_registry().size());
+  fill(store_registry(), list.begin());
+  return list;
+}
+
+std::unique_ptr<DataStore> createDataStore(const std::string& location) {
+  for (const DataStoreProvider* provider : dataStoreProviders()) {
+    if (!provider->canHandle(location)) continue;
+    std::unique_ptr<DataStore> store = provider->createDataStore(location);
+    if (store) return store;
+  }
+  return nullptr;
+}
+
+}  // namespace gvk
