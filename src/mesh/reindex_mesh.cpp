@@ -1,0 +1,357 @@
+// Welding of vertices that coincide in plan.
+//
+// The plan-tolerance order is not a strict weak order (equivalence is not
+// transitive, and rounding can even make two keys precede each other), so which
+// vertices weld depends on the exact shape of the ordered index after every
+// insertion. The reference is the standard ordered map as GCC's library builds it:
+// a lower-bound descent, an insert hinted at that lower bound, and the classic
+// red-black rebalancing. PlanIndex below is an array-backed copy of exactly those
+// steps, including the paths that only a broken order reaches: a hinted insert that
+// lands on the far side of its neighbour (replacing a red leaf, which then drops out
+// of the index), the stale leftmost link that this can leave behind, and the header
+// node, whose key slot holds the node count in that layout. With all of them copied,
+// results agree with the reference bit for bit, on every platform.
+#include <gravok/mesh_tools.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <vector>
+
+namespace gvk {
+namespace {
+
+// A plan position as the order sees it.
+struct PlanKey {
+  double x;
+  double y;
+};
+
+// A vertex being looked up, with the shifted coordinates of the order computed once
+// (the same operations on the same operands, so the same bits).
+struct Probe {
+  PlanKey key;
+  double x_minus;
+  double x_plus;
+  double y_minus;
+};
+
+// Node of the index. Links are slot numbers: 0 is the empty link, 1 the header
+// (parent = root, left = leftmost, right = rightmost), representative m lives in
+// slot m + 2.
+template <typename Link>
+struct Node {
+  PlanKey key;
+  Link parent;
+  Link left;
+  Link right;
+  bool red;
+};
+
+// Node slots in fixed-size blocks: no slot moves, and growth never copies the index.
+template <typename Link>
+class NodePool {
+ public:
+  Node<Link>& operator[](Link slot) { return m_blocks[slot >> kShift][slot & kMask]; }
+  Link add() {
+    if ((m_size & kMask) == 0) m_blocks.emplace_back(new Node<Link>[kMask + 1]);
+    return m_size++;
+  }
+
+ private:
+  static constexpr unsigned kShift = 12;
+  static constexpr Link kMask = (Link{1} << kShift) - 1;
+  std::vector<std::unique_ptr<Node<Link>[]>> m_blocks;
+  Link m_size = 0;
+};
+
+template <typename Link>
+class PlanIndex {
+ public:
+  PlanIndex(const std::vector<double>& x, const std::vector<double>& y, double t)
+      : m_x(x), m_y(y), m_t(t) {
+    m_nodes.add();  // the empty link
+    m_nodes.add();  // the header
+    Node<Link>& header = m_nodes[kHeader];
+    header.key = PlanKey{0.0, 0.0};
+    header.parent = kNull;
+    header.left = kHeader;
+    header.right = kHeader;
+    header.red = true;
+  }
+
+  // Returns vertex i's new index: the value of the lower bound when i is within the
+  // tolerance of it, else the next free index, under which i is inserted.
+  Link place(std::size_t i) {
+    const Probe probe = make_probe(i);
+    const Link bound = lower_bound(probe);
+    if (bound != kHeader && !precedes(probe.key, key(bound))) return bound - 2;
+    const Link fresh = m_nodes.add();
+    m_nodes[fresh].key = probe.key;
+    insert_hinted(bound, fresh);
+    return fresh - 2;
+  }
+
+ private:
+  static constexpr Link kNull = 0;
+  static constexpr Link kHeader = 1;
+
+  // Where a new node goes: `parent` kNull means an equivalent key was found and the
+  // node is not linked; a non-empty `child` forces the left side.
+  struct Slot {
+    Link child;
+    Link parent;
+  };
+
+  bool precedes(const PlanKey& a, const PlanKey& b) const {
+    if (b.x - m_t > a.x) return true;
+    if (a.x > b.x + m_t) return false;
+    return b.y - m_t > a.y;
+  }
+  static bool precedes(const PlanKey& a, const Probe& b) {
+    if (b.x_minus > a.x) return true;
+    if (a.x > b.x_plus) return false;
+    return b.y_minus > a.y;
+  }
+  Probe make_probe(std::size_t i) const {
+    return Probe{PlanKey{m_x[i], m_y[i]}, m_x[i] - m_t, m_x[i] + m_t, m_y[i] - m_t};
+  }
+  // The header's key slot holds the node count in the reference layout, read there
+  // as a vertex index; the count is always below the vertex being placed.
+  PlanKey key(Link n) {
+    if (n != kHeader) return m_nodes[n].key;
+    return PlanKey{m_x[m_count], m_y[m_count]};
+  }
+
+  Link& root() { return m_nodes[kHeader].parent; }
+  Link leftmost() { return m_nodes[kHeader].left; }
+  Link rightmost() { return m_nodes[kHeader].right; }
+  Link& parent(Link n) { return m_nodes[n].parent; }
+  Link& left(Link n) { return m_nodes[n].left; }
+  Link& right(Link n) { return m_nodes[n].right; }
+  bool is_red(Link n) { return m_nodes[n].red; }
+
+  Link lower_bound(const Probe& probe) {
+    Link bound = kHeader;
+    Link n = root();
+    while (n != kNull) {
+      const Node<Link>& node = m_nodes[n];
+      if (!precedes(node.key, probe)) {
+        bound = n;
+        n = node.left;
+      } else {
+        n = node.right;
+      }
+    }
+    return bound;
+  }
+
+  // The in-order predecessor; from the header, the rightmost node.
+  Link decrement(Link n) {
+    if (is_red(n) && parent(parent(n)) == n) return right(n);
+    if (left(n) != kNull) {
+      Link m = left(n);
+      while (right(m) != kNull) m = right(m);
+      return m;
+    }
+    Link up = parent(n);
+    while (n == left(up)) {
+      n = up;
+      up = parent(up);
+    }
+    return up;
+  }
+
+  // The hinted insert, called with the lower bound of the node's own descent, which
+  // the new key precedes (an equivalent bound would have matched).
+  void insert_hinted(Link bound, Link fresh) {
+    const PlanKey k = m_nodes[fresh].key;
+    const Slot slot = hint_slot(bound, k);
+    if (slot.parent == kNull) return;
+    const bool on_left =
+        slot.child != kNull || slot.parent == kHeader || precedes(k, key(slot.parent));
+    insert_and_rebalance(on_left, fresh, slot.parent);
+    ++m_count;
+  }
+
+  Slot hint_slot(Link bound, const PlanKey& k) {
+    if (bound == kHeader) {
+      if (m_count > 0 && precedes(key(rightmost()), k)) return Slot{kNull, rightmost()};
+      return unique_slot(k);
+    }
+    if (bound == leftmost()) return Slot{leftmost(), leftmost()};
+    const Link before = decrement(bound);
+    if (!precedes(key(before), k)) return unique_slot(k);
+    if (right(before) == kNull) return Slot{kNull, before};
+    return Slot{bound, bound};
+  }
+
+  // The unhinted search for an insertion place (a descent of its own).
+  Slot unique_slot(const PlanKey& k) {
+    Link n = root();
+    Link last = kHeader;
+    bool went_left = true;
+    while (n != kNull) {
+      last = n;
+      went_left = precedes(k, key(n));
+      n = went_left ? left(n) : right(n);
+    }
+    Link before = last;
+    if (went_left) {
+      if (before == leftmost()) return Slot{kNull, last};
+      before = decrement(before);
+    }
+    if (precedes(key(before), k)) return Slot{kNull, last};
+    return Slot{before, kNull};
+  }
+
+  void insert_and_rebalance(bool on_left, Link n, Link p) {
+    Node<Link>& fresh = m_nodes[n];
+    fresh.parent = p;
+    fresh.left = kNull;
+    fresh.right = kNull;
+    fresh.red = true;
+    Node<Link>& header = m_nodes[kHeader];
+    if (on_left) {
+      left(p) = n;
+      if (p == kHeader) {
+        header.parent = n;
+        header.right = n;
+      } else if (p == header.left) {
+        header.left = n;
+      }
+    } else {
+      right(p) = n;
+      if (p == header.right) header.right = n;
+    }
+    rebalance(n);
+  }
+
+  void rebalance(Link n) {
+    while (n != root() && is_red(parent(n))) {
+      const Link grand = parent(parent(n));
+      if (parent(n) == left(grand)) {
+        const Link uncle = right(grand);
+        if (uncle != kNull && is_red(uncle)) {
+          n = recolour(n, uncle, grand);
+          continue;
+        }
+        if (n == right(parent(n))) {
+          n = parent(n);
+          rotate_left(n);
+        }
+        m_nodes[parent(n)].red = false;
+        m_nodes[grand].red = true;
+        rotate_right(grand);
+      } else {
+        const Link uncle = left(grand);
+        if (uncle != kNull && is_red(uncle)) {
+          n = recolour(n, uncle, grand);
+          continue;
+        }
+        if (n == left(parent(n))) {
+          n = parent(n);
+          rotate_right(n);
+        }
+        m_nodes[parent(n)].red = false;
+        m_nodes[grand].red = true;
+        rotate_left(grand);
+      }
+    }
+    m_nodes[root()].red = false;
+  }
+
+  Link recolour(Link n, Link uncle, Link grand) {
+    m_nodes[parent(n)].red = false;
+    m_nodes[uncle].red = false;
+    m_nodes[grand].red = true;
+    return grand;
+  }
+
+  void rotate_left(Link n) {
+    const Link m = right(n);
+    right(n) = left(m);
+    if (left(m) != kNull) parent(left(m)) = n;
+    replace_child(n, m);
+    left(m) = n;
+    parent(n) = m;
+  }
+
+  void rotate_right(Link n) {
+    const Link m = left(n);
+    left(n) = right(m);
+    if (right(m) != kNull) parent(right(m)) = n;
+    replace_child(n, m);
+    right(m) = n;
+    parent(n) = m;
+  }
+
+  // Puts m where n hangs from its parent (or at the root).
+  void replace_child(Link n, Link m) {
+    const Link up = parent(n);
+    parent(m) = up;
+    if (n == root()) {
+      root() = m;
+    } else if (n == left(up)) {
+      left(up) = m;
+    } else {
+      right(up) = m;
+    }
+  }
+
+  const std::vector<double>& m_x;
+  const std::vector<double>& m_y;
+  double m_t;
+  NodePool<Link> m_nodes;
+  Link m_count = 0;  // nodes linked into the index
+};
+
+// Moves each representative (the vertices whose new index is the next one to be
+// handed out) to its new place and drops the rest, releasing the spare storage.
+template <typename Link>
+void keep_representatives(std::vector<double>& x, std::vector<double>& y,
+                          std::vector<double>& z, const std::vector<Link>& new_index) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < new_index.size(); ++i) {
+    if (new_index[i] != kept) continue;
+    x[kept] = x[i];
+    y[kept] = y[i];
+    z[kept] = z[i];
+    ++kept;
+  }
+  for (std::vector<double>* v : {&x, &y, &z}) {
+    v->resize(kept);
+    v->shrink_to_fit();
+  }
+}
+
+template <typename Link>
+void reindex_with(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
+                  std::vector<Triangle>& triangles, double tolerance) {
+  std::vector<Link> new_index(x.size());
+  {
+    PlanIndex<Link> index(x, y, tolerance);
+    for (std::size_t i = 0; i < new_index.size(); ++i) new_index[i] = index.place(i);
+  }
+  keep_representatives(x, y, z, new_index);
+  for (Triangle& triangle : triangles) {
+    for (unsigned long long& corner : triangle) corner = new_index[corner];
+  }
+}
+
+}  // namespace
+
+void reindex_mesh(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
+                  std::vector<Triangle>& triangles, double tolerance) {
+  if (!(tolerance >= 0.0)) return;  // negative or NaN: the order would be unusable
+  // 32-bit links while every slot number (vertex count + 2) fits in them.
+  if (x.size() <= std::numeric_limits<std::uint32_t>::max() - 2u) {
+    reindex_with<std::uint32_t>(x, y, z, triangles, tolerance);
+  } else {
+    reindex_with<unsigned long long>(x, y, z, triangles, tolerance);
+  }
+}
+
+}  // namespace gvk
