@@ -6,10 +6,12 @@
 #include <gravok/data_store.h>
 #include <gravok/element_types.h>
 #include <gravok/export.h>
+#include <gravok/log.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/offset_data_source.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
+#include <gravok/text.h>
 #include <gravok/units.h>
 
 #endif  // GRAVOK_GRAVOK_H
