@@ -269,18 +269,6 @@ TEST(CopyFrom, MakesExactlyTheStepsOfTheTransferInOrder) {
   EXPECT_EQ(dispatches, 13u);
 }
 
-TEST(CopyFrom, RepeatsTheWholeTransferWhenCalledAgain) {
-  CallLog log;
-  RecordingSource source(log);
-  RecordingStore store(log);
-  store.copyFrom(source);
-  store.copyFrom(source);
-  std::vector<std::string> twice = transfer_calls();
-  const std::vector<std::string> once = transfer_calls();
-  twice.insert(twice.end(), once.begin(), once.end());
-  EXPECT_EQ(log.calls, twice);
-}
-
 TEST(CopyFrom, EachSettingReachesTheSetterOfItsStem) {
   CallLog log;
   RecordingSource source(log);

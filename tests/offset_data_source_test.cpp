@@ -277,14 +277,6 @@ TEST(OffsetDataSource, SourceExceptionLeavesContainersUnshifted) {
   EXPECT_EQ(y, std::vector<double>{2});
 }
 
-TEST(OffsetDataSource, NonFiniteOffsetsGoThroughTheAdditions) {
-  SiteSource site;
-  const gvk::OffsetDataSource shifted(site, std::nan(""), HUGE_VAL, -HUGE_VAL);
-  EXPECT_TRUE(std::isnan(shifted.get_xorig()));
-  EXPECT_EQ(shifted.get_yorig(), -HUGE_VAL);
-  EXPECT_EQ(shifted.get_zorig(), HUGE_VAL);
-}
-
 TEST(OffsetDataSource, CopiesReferToTheSameSourceAndCannotBeReassigned) {
   static_assert(std::is_copy_constructible<gvk::OffsetDataSource>::value, "");
   static_assert(std::is_move_constructible<gvk::OffsetDataSource>::value, "");

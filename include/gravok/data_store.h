@@ -102,8 +102,8 @@ class GRAVOK_API DataStore : public DataSource {
   // stem (objectives, max slope, min slope, volume constraint, max slopes, min
   // slopes, fix boundary, epsilon, max iteration count, mesh metric), then reads the
   // source's mesh, then the offsets d = source origin - store origin (x, y, z in
-  // turn, the source's get_?orig before the store's), adds them to the mesh and hands
-  // it to set_eg_data, and finally moves the elements of every kind of
+  // turn, each time the source's origin getter before the store's), adds them to the
+  // mesh and hands it to set_eg_data, and finally moves the elements of every kind of
   // allElementTypes(), in its order, through an OffsetDataSource with those offsets
   // into set_grading_elements, once per kind, also when a kind has no elements.
   //

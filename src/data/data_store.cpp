@@ -40,11 +40,11 @@ void DataStore::endBulkOperation() const {}
 
 void DataStore::set_grading_elements(
     GradingElementType kind, const std::vector<gravok_grading_element>& elements) {
+  const KindTable& table = kind_table();
   if (kind >= 100) {
     set_complex_elements(kind, elements);
     return;
   }
-  const KindTable& table = kind_table();
   if (kind < 0 || static_cast<std::size_t>(kind) >= table.size()) return;
   (this->*table[static_cast<std::size_t>(kind)])(elements);
 }
