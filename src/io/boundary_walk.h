@@ -1,0 +1,34 @@
+// The segment table of a poly file and the walk around its closed chain. Internal
+// to the library.
+#ifndef GRAVOK_SRC_IO_BOUNDARY_WALK_H
+#define GRAVOK_SRC_IO_BOUNDARY_WALK_H
+
+#include <vector>
+
+namespace gvk {
+
+class SegmentTable {
+ public:
+  // Stores the segment in both directions: a -> b, then b -> a.
+  void add(int a, int b);
+
+  // Appends to `boundary` the walk around the chain through the smallest stored
+  // vertex number: that number, then, starting along the first stored entry of
+  // it, at each vertex the first stored entry (in insertion order) that does not
+  // lead straight back, each entry used once. The walk ends on returning to the
+  // start, or where a vertex has no entry left that leads elsewhere (that vertex
+  // is not appended). Nothing is appended when no segment was stored. Numbers are
+  // widened with their sign. The table is used up.
+  void walk(std::vector<unsigned long long>& boundary);
+
+ private:
+  struct Entry {
+    int key;
+    int value;
+  };
+  std::vector<Entry> m_entries;
+};
+
+}  // namespace gvk
+
+#endif  // GRAVOK_SRC_IO_BOUNDARY_WALK_H
