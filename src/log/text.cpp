@@ -1,10 +1,12 @@
 // UTF-8 / UTF-16 conversion and lower-casing. Both converters collect their output in
-// a small buffer on the stack and append it to the result a chunk at a time, and both
-// take runs of ASCII eight bytes (or eight units) at a time; everything else goes one
-// step at a time by the rules in text.h.
+// a small buffer on the stack and append it to the result a chunk at a time. Runs of
+// ASCII go eight bytes (or eight units) at a time, up to the exact place where the
+// run ends; the step there, and the last few bytes of the text, go one at a time by
+// the rules in text.h.
 #include <gravok/text.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -19,16 +21,65 @@ constexpr std::size_t kWord = 8;
 // Output gathered on the stack before it is appended to the result.
 constexpr std::size_t kChunk = 2048;
 
-// True when the eight bytes at `bytes` all lie in 0x01-0x7F. A zero byte borrows in
-// the subtraction and so sets its own high bit; a byte from 0x80 up has it already.
-bool is_ascii_word(const unsigned char* bytes) {
+// The high bit of every byte of the eight at `bytes` that is 0 or from 0x80 up,
+// that is, not ASCII text. A zero byte borrows in the subtraction and so sets its own
+// high bit; a borrow can only flag bytes above the first flagged one, so the lowest
+// flag is always exact.
+std::uint64_t non_ascii_bytes(const unsigned char* bytes) {
   std::uint64_t word;
   std::memcpy(&word, bytes, sizeof word);
-  return ((word | (word - kLowBits)) & kHighBits) == 0;
+  return (word | (word - kLowBits)) & kHighBits;
 }
 
-// True when the eight elements at `units` all lie in 0x01-0x7F: 0 turns into all
-// ones when one is subtracted, and anything from 0x80 up keeps a bit above 0x7F.
+// True where the first byte of a word in memory is its least significant one.
+bool is_little_endian() {
+  const std::uint16_t one = 1;
+  unsigned char first = 0;
+  std::memcpy(&first, &one, 1);
+  return first == 1;
+}
+
+// The number of ASCII bytes (0x01-0x7F) at the start of the eight at `bytes`, given
+// their non-zero `flags`: on little-endian machines the flags below the lowest one
+// tell at once, elsewhere the bytes are counted.
+std::size_t ascii_prefix(const unsigned char* bytes, std::uint64_t flags) {
+  if (!is_little_endian()) {
+    std::size_t count = 0;
+    while (bytes[count] - 1u < 0x7Fu) ++count;
+    return count;
+  }
+  const std::uint64_t lowest = flags & (~flags + 1);
+  // Every byte below the flagged one, and that byte itself, keeps its lowest bit in
+  // lowest - 1; adding those bits up in the top byte counts them.
+  return static_cast<std::size_t>(((((lowest - 1) & kLowBits) * kLowBits) >> 56) - 1);
+}
+
+// True when `unit` lies in 0x01-0x7F: 0 turns into all ones when one is subtracted,
+// and anything from 0x80 up keeps a bit above 0x7F.
+bool is_ascii_unit(std::uint32_t unit) { return (unit | (unit - 1u)) < 0x80u; }
+
+// The number of ASCII elements at the start of the eight at `units`, at least one of
+// which is not ASCII. The elements are flagged without a branch; the lowest flag
+// is then found in a table.
+std::size_t ascii_unit_prefix(const wchar_t* units) {
+  static constexpr auto kLowestBit = [] {
+    std::array<unsigned char, 256> table{};
+    for (unsigned flags = 1; flags < 256; ++flags) {
+      unsigned char bit = 0;
+      while (!(flags & (1u << bit))) ++bit;
+      table[flags] = bit;
+    }
+    return table;
+  }();
+  unsigned flags = 0;
+  for (std::size_t i = 0; i < kWord; ++i) {
+    flags |= static_cast<unsigned>(!is_ascii_unit(static_cast<std::uint32_t>(units[i])))
+             << i;
+  }
+  return kLowestBit[flags];
+}
+
+// True when the eight elements at `units` all lie in 0x01-0x7F.
 bool is_ascii_units(const wchar_t* units) {
   std::uint32_t bits = 0;
   for (std::size_t i = 0; i < kWord; ++i) {
@@ -38,28 +89,33 @@ bool is_ascii_units(const wchar_t* units) {
   return bits < 0x80u;
 }
 
-// Widens the leading whole words of ASCII among the first `count` bytes into `out`;
-// returns how many bytes it took, a multiple of eight.
-std::size_t widen_ascii_words(const unsigned char* bytes, std::size_t count,
-                              wchar_t* out) {
+// Widens the ASCII text at the start of the first `count` bytes into `out`, a word
+// at a time, up to the first byte that is not ASCII or the last whole word; returns
+// the number of bytes taken. It may write up to seven units past that number, but
+// never beyond `count`.
+std::size_t widen_ascii(const unsigned char* bytes, std::size_t count, wchar_t* out) {
   std::size_t done = 0;
-  while (count - done >= kWord && is_ascii_word(bytes + done)) {
+  while (count - done >= kWord) {
+    const std::uint64_t flags = non_ascii_bytes(bytes + done);
     for (std::size_t i = 0; i < kWord; ++i) {
       out[done + i] = static_cast<wchar_t>(bytes[done + i]);
     }
+    if (flags != 0) return done + ascii_prefix(bytes + done, flags);
     done += kWord;
   }
   return done;
 }
 
-// Narrows the leading whole groups of eight ASCII units among the first `count`
-// units into `out`; returns how many units it took, a multiple of eight.
-std::size_t narrow_ascii_units(const wchar_t* units, std::size_t count, char* out) {
+// Narrows the ASCII units at the start of the first `count` units into `out`, eight
+// at a time, up to the first unit that is not ASCII or the last whole group of
+// eight; returns the number of units taken.
+std::size_t narrow_ascii(const wchar_t* units, std::size_t count, char* out) {
   std::size_t done = 0;
-  while (count - done >= kWord && is_ascii_units(units + done)) {
+  while (count - done >= kWord) {
     for (std::size_t i = 0; i < kWord; ++i) {
       out[done + i] = static_cast<char>(units[done + i]);
     }
+    if (!is_ascii_units(units + done)) return done + ascii_unit_prefix(units + done);
     done += kWord;
   }
   return done;
@@ -115,6 +171,27 @@ std::size_t encode_element(std::uint32_t value, char* out) {
   return high + encode_unit(0xDC00u | (offset & 0x3FFu), out + high);
 }
 
+// Decodes the steps at `pos` as long as each begins with a byte from 0x80 up, so that
+// text outside ASCII does not test for a run of ASCII between its characters. Stops
+// at the end of the input or when `used` reaches `limit`.
+void decode_sequences(const unsigned char* bytes, std::size_t size, std::size_t& pos,
+                      wchar_t* out, std::size_t& used, std::size_t limit) {
+  do {
+    pos += decode_sequence(bytes, size, pos, out[used++]);
+  } while (pos < size && bytes[pos] >= 0x80u && used < limit);
+}
+
+// Encodes the elements at `pos` as long as each lies above 0x7F (negative ones
+// included), stopping at `size` or when fewer than six bytes are left before `limit`.
+void encode_elements(const wchar_t* units, std::size_t size, std::size_t& pos, char* out,
+                     std::size_t& used, std::size_t limit) {
+  do {
+    used += encode_element(static_cast<std::uint32_t>(units[pos]), out + used);
+    ++pos;
+  } while (pos < size && static_cast<std::uint32_t>(units[pos]) >= 0x80u &&
+           used + 6 <= limit);
+}
+
 }  // namespace
 
 std::string to_lower_case(const std::string& text) {
@@ -135,19 +212,23 @@ std::string to_utf8(const std::wstring& text) {
   std::size_t used = 0;
   std::size_t pos = 0;
   while (pos < size) {
-    if (kChunk - used < kWord) {
+    if (kChunk - used < 2 * kWord) {
       result.append(chunk, used);
       used = 0;
     }
-    const std::size_t run = narrow_ascii_units(
-        units + pos, std::min(size - pos, kChunk - used), chunk + used);
+    const std::size_t run = narrow_ascii(
+        units + pos, std::min(size - pos, kChunk - used - kWord), chunk + used);
     pos += run;
     used += run;
-    if (run != 0) continue;
+    if (pos == size) break;
     const auto value = static_cast<std::uint32_t>(units[pos]);
     if (value == 0) break;
-    used += encode_element(value, chunk + used);
-    ++pos;
+    if (value < 0x80u) {
+      chunk[used++] = static_cast<char>(value);
+      ++pos;
+    } else {
+      encode_elements(units, size, pos, chunk, used, kChunk - kWord);
+    }
   }
   result.append(chunk, used);
   return result;
@@ -163,22 +244,22 @@ std::wstring from_utf8(const std::string& text) {
   std::size_t used = 0;
   std::size_t pos = 0;
   while (pos < size) {
-    if (kChunk - used < kWord) {
+    if (kChunk - used < 2 * kWord) {
       result.append(chunk, used);
       used = 0;
     }
-    const std::size_t run =
-        widen_ascii_words(bytes + pos, std::min(size - pos, kChunk - used), chunk + used);
+    const std::size_t run = widen_ascii(
+        bytes + pos, std::min(size - pos, kChunk - used - kWord), chunk + used);
     pos += run;
     used += run;
-    if (run != 0) continue;
+    if (pos == size) break;
     const unsigned lead = bytes[pos];
     if (lead == 0) break;
     if (lead < 0x80u) {
       chunk[used++] = static_cast<wchar_t>(lead);
       ++pos;
     } else {
-      pos += decode_sequence(bytes, size, pos, chunk[used++]);
+      decode_sequences(bytes, size, pos, chunk, used, kChunk - kWord);
     }
   }
   result.append(chunk, used);
