@@ -220,6 +220,21 @@ TEST(ToUtf8, AgreesWithThePlainLoopOnRandomElements) {
   }
 }
 
+TEST(ToUtf8, AgreesWithThePlainLoopAcrossChunkEdges) {
+  // Long texts of ASCII with wider elements sprinkled in, so that the output crosses
+  // the converter's internal buffer at every kind of element.
+  std::mt19937 random(17);
+  const std::uint32_t widest = sizeof(wchar_t) >= 4 ? 0x120000 : 0xFFFF;
+  for (int round = 0; round < 200; ++round) {
+    std::wstring text(2000 + random() % 9000, L'q');
+    for (int k = 0; k < 300; ++k) {
+      text[random() % text.size()] =
+          static_cast<wchar_t>(0x80 + random() % (widest - 0x7F));
+    }
+    ASSERT_EQ(gvk::to_utf8(text), reference::to_utf8(text)) << "round " << round;
+  }
+}
+
 TEST(ToLowerCase, ClassicLocaleChangesOnlyAsciiCapitals) {
   std::string all(256, '\0');
   for (int b = 0; b < 256; ++b) all[b] = static_cast<char>(b);
