@@ -449,6 +449,26 @@ TEST_F(PolyFileFuzz, FieldsReadAsTheClassicStreamReadsThem) {
   EXPECT_GT(exits_checked, 20);
 }
 
+// Segment sets with repeated segments, self-loops, negative numbers, open chains and
+// several chains: the walk takes entries in the same order as the multimap does.
+TEST_F(PolyFileFuzz, BoundaryWalkMatchesTheMultimapOnRandomSegmentSets) {
+  std::mt19937_64 rng(9);
+  int exits_checked = 0;
+  for (int round = 0; round < 600 && !HasFailure(); ++round) {
+    const int span = 2 + static_cast<int>(rng() % 8);
+    const unsigned segments = 1 + static_cast<unsigned>(rng() % 40);
+    std::string text = "0\n" + std::to_string(segments) + "\n";
+    for (unsigned k = 0; k < segments; ++k) {
+      const int a = static_cast<int>(rng() % span) - (round % 3 == 0 ? span / 2 : 0);
+      const int b = static_cast<int>(rng() % span) - (round % 3 == 0 ? span / 2 : 0);
+      text +=
+          std::to_string(k) + " " + std::to_string(a) + " " + std::to_string(b) + " 0\n";
+    }
+    compare(text, exits_checked);
+  }
+  EXPECT_EQ(exits_checked, 0);
+}
+
 // A host-style global locale with a decimal comma and digit grouping, made from a
 // custom facet since named locales may be missing.
 struct CommaPunct : std::numpunct<char> {
