@@ -111,6 +111,28 @@ void BM_ToUtf8_Mixed_ByteLoop(benchmark::State& s) {
   encode<reference::to_utf8>(s, true);
 }
 
+// The floor under any converter that returns a new string: a result of the same
+// size, allocated and filled (wide as from_utf8 makes it, narrow as to_utf8 does).
+void BM_FreshWideResult(benchmark::State& state) {
+  const std::size_t size = static_cast<std::size_t>(state.range(0));
+  for (auto _ : state) {
+    std::wstring wide(size, L'a');
+    benchmark::DoNotOptimize(wide.data());
+  }
+  state.SetBytesProcessed(static_cast<long long>(state.iterations()) *
+                          static_cast<long long>(size));
+}
+
+void BM_FreshNarrowResult(benchmark::State& state) {
+  const std::size_t size = static_cast<std::size_t>(state.range(0));
+  for (auto _ : state) {
+    std::string narrow(size, 'a');
+    benchmark::DoNotOptimize(narrow.data());
+  }
+  state.SetBytesProcessed(static_cast<long long>(state.iterations()) *
+                          static_cast<long long>(size));
+}
+
 #define GRAVOK_TEXT_BENCHMARK(name) \
   BENCHMARK(name)->Arg(kMiB)->Arg(100 * kMiB)->Unit(benchmark::kMillisecond)
 
@@ -122,5 +144,7 @@ GRAVOK_TEXT_BENCHMARK(BM_FromUtf8_Mixed);
 GRAVOK_TEXT_BENCHMARK(BM_FromUtf8_Mixed_ByteLoop);
 GRAVOK_TEXT_BENCHMARK(BM_ToUtf8_Mixed);
 GRAVOK_TEXT_BENCHMARK(BM_ToUtf8_Mixed_ByteLoop);
+GRAVOK_TEXT_BENCHMARK(BM_FreshWideResult);
+GRAVOK_TEXT_BENCHMARK(BM_FreshNarrowResult);
 
 }  // namespace
