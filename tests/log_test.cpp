@@ -11,6 +11,7 @@
 #include <regex>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -395,8 +396,9 @@ TEST(LogStream, NullNarrowPointerSetsBadbitAndInsertsNothing) {
 TEST(LogStream, NarrowTextDecodesAnywhereInAChain) {
   gvk::LogStream stream(Log::info, nullptr, 0, nullptr);
   char name[] = "caf\xC3\xA9";
-  stream << L"n=" << 5 << " " << name << std::string(" \xE2\x82\xAC") << L'!' << 2.5;
-  EXPECT_EQ(stream.str(), L"n=5 caf\u00e9 \u20ac!2.5");
+  stream << L"n=" << 5 << " " << name << std::string(" \xE2\x82\xAC") << L'!' << 2.5
+         << std::string_view(" \xC3\xA9t\xC3\xA9", 4);
+  EXPECT_EQ(stream.str(), L"n=5 caf\u00e9 \u20ac!2.5 \u00e9t");
 }
 
 TEST(LogStream, HandsItsTextToAddWhenDestroyed) {

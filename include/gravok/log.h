@@ -30,6 +30,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 namespace gvk {
@@ -99,8 +100,9 @@ class GRAVOK_API Log {
   // to standard error. Each call adds one more console logger, so registering it
   // twice prints every accepted entry twice.
   //
-  // On POSIX systems the line is converted with to_utf8 and written to std::cout or
-  // std::cerr, which keeps it in order with the host's own output on those streams.
+  // On POSIX systems the line is converted with to_utf8 (so a message ends at its
+  // first 0 unit) and written to std::cout or std::cerr, which keeps it in order
+  // with the host's own output on those streams.
   // When that stream's descriptor is a terminal, the line is coloured by level with
   // ANSI codes (trace light grey, debug green, timing bright cyan, info bright green,
   // warn red, error and fatal bright red; other values the terminal's own colour)
@@ -163,7 +165,8 @@ GRAVOK_API LogStream& operator<<(LogStream& stream, const std::string& text);
 // it is destroyed. It is what the GRAVOK_LOG macros write into; a LogStream made by
 // hand logs whatever it holds when it goes out of scope, whether or not DoAdd
 // wanted it. Wide text, numbers and manipulators insert as into any std::wostream;
-// narrow strings insert as UTF-8, also in the middle of a chain. `file` and
+// narrow strings (character pointers and arrays, std::string, std::string_view)
+// insert as UTF-8 up to their first 0 byte, also in the middle of a chain. `file` and
 // `function` are borrowed and must outlive the stream. Handlers called from the
 // destructor must not throw.
 struct GRAVOK_API LogStream : std::wostringstream {
@@ -178,6 +181,8 @@ struct GRAVOK_API LogStream : std::wostringstream {
     if constexpr (std::is_convertible_v<const T&, const char*> ||
                   std::is_same_v<T, std::string>) {
       ::gvk::operator<<(*this, value);
+    } else if constexpr (std::is_same_v<T, std::string_view>) {
+      ::gvk::operator<<(*this, std::string(value));
     } else {
       static_cast<std::wostream&>(*this) << value;
     }
