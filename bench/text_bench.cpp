@@ -38,8 +38,7 @@ std::string mixed_text(std::size_t size) {
                                        "\xD1\x83\xD0\xBA\xD0\xBB\xD0\xBE\xD0\xBD ",
                                        "pad ",
                                        "\xE6\xB0\xB4\xE5\xB9\xB3 ",
-                                       "Stra\xC3\x9F"
-                                       "e ",
+                                       "Stra\xC3\x9F\x65 ",
                                        "drain-line ",
                                        "\xE2\x82\xAC ",
                                        "boundary "};
