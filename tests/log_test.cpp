@@ -239,10 +239,20 @@ std::string formatted(std::time_t when) {
   return text;
 }
 
+// Makes `zone`, in the TZ variable's notation, this process's local time zone.
+void set_local_zone(const char* zone) {
+#if defined(_WIN32)
+  _putenv_s("TZ", zone);
+  _tzset();
+#else
+  setenv("TZ", zone, 1);
+  tzset();
+#endif
+}
+
 TEST(Timestamp, ShowsUtcWhateverTheLocalZone) {
   expect_in_child([] {
-    setenv("TZ", "XYZ-5:30", 1);  // five and a half hours east of Greenwich
-    tzset();
+    set_local_zone("XYZ-5:30");  // five and a half hours east of Greenwich
     const std::time_t before = std::time(nullptr);
     const std::string stamp = gvk::timestamp();
     const std::time_t after = std::time(nullptr);
