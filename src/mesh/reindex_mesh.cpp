@@ -17,7 +17,6 @@
 #include <cstdint>
 #include <initializer_list>
 #include <limits>
-#include <memory>
 #include <vector>
 
 namespace gvk {
@@ -40,31 +39,33 @@ struct Probe {
 
 // Node of the index. Links are slot numbers: 0 is the empty link, 1 the header
 // (parent = root, left = leftmost, right = rightmost), representative m lives in
-// slot m + 2.
+// slot m + 2. The fields that the descent reads (24 bytes with 32-bit links) are
+// kept apart from the parent links and colours, which only insertion uses.
 template <typename Link>
 struct Node {
   PlanKey key;
-  Link parent;
   Link left;
   Link right;
-  bool red;
 };
 
-// Node slots in fixed-size blocks: no slot moves, and growth never copies the index.
+// Node slots in arrays grown by doubling like any vector; a link is a plain offset.
 template <typename Link>
 class NodePool {
  public:
-  Node<Link>& operator[](Link slot) { return m_blocks[slot >> kShift][slot & kMask]; }
+  Node<Link>& operator[](Link slot) { return m_nodes[slot]; }
+  Link& parent(Link slot) { return m_parents[slot]; }
+  unsigned char& red(Link slot) { return m_red[slot]; }
   Link add() {
-    if ((m_size & kMask) == 0) m_blocks.emplace_back(new Node<Link>[kMask + 1]);
-    return m_size++;
+    m_nodes.push_back(Node<Link>{PlanKey{0.0, 0.0}, 0, 0});
+    m_parents.push_back(0);
+    m_red.push_back(0);
+    return static_cast<Link>(m_nodes.size() - 1);
   }
 
  private:
-  static constexpr unsigned kShift = 12;
-  static constexpr Link kMask = (Link{1} << kShift) - 1;
-  std::vector<std::unique_ptr<Node<Link>[]>> m_blocks;
-  Link m_size = 0;
+  std::vector<Node<Link>> m_nodes;
+  std::vector<Link> m_parents;
+  std::vector<unsigned char> m_red;
 };
 
 template <typename Link>
@@ -75,11 +76,9 @@ class PlanIndex {
     m_nodes.add();  // the empty link
     m_nodes.add();  // the header
     Node<Link>& header = m_nodes[kHeader];
-    header.key = PlanKey{0.0, 0.0};
-    header.parent = kNull;
     header.left = kHeader;
     header.right = kHeader;
-    header.red = true;
+    m_nodes.red(kHeader) = 1;
   }
 
   // Returns vertex i's new index: the value of the lower bound when i is within the
@@ -87,7 +86,7 @@ class PlanIndex {
   Link place(std::size_t i) {
     const Probe probe = make_probe(i);
     const Link bound = lower_bound(probe);
-    if (bound != kHeader && !precedes(probe.key, key(bound))) return bound - 2;
+    if (bound != kHeader && !precedes(probe.key, m_nodes[bound].key)) return bound - 2;
     const Link fresh = m_nodes.add();
     m_nodes[fresh].key = probe.key;
     insert_hinted(bound, fresh);
@@ -125,13 +124,13 @@ class PlanIndex {
     return PlanKey{m_x[m_count], m_y[m_count]};
   }
 
-  Link& root() { return m_nodes[kHeader].parent; }
+  Link& root() { return m_nodes.parent(kHeader); }
   Link leftmost() { return m_nodes[kHeader].left; }
   Link rightmost() { return m_nodes[kHeader].right; }
-  Link& parent(Link n) { return m_nodes[n].parent; }
+  Link& parent(Link n) { return m_nodes.parent(n); }
   Link& left(Link n) { return m_nodes[n].left; }
   Link& right(Link n) { return m_nodes[n].right; }
-  bool is_red(Link n) { return m_nodes[n].red; }
+  bool is_red(Link n) { return m_nodes.red(n) != 0; }
 
   Link lower_bound(const Probe& probe) {
     Link bound = kHeader;
@@ -209,15 +208,15 @@ class PlanIndex {
 
   void insert_and_rebalance(bool on_left, Link n, Link p) {
     Node<Link>& fresh = m_nodes[n];
-    fresh.parent = p;
     fresh.left = kNull;
     fresh.right = kNull;
-    fresh.red = true;
+    parent(n) = p;
+    m_nodes.red(n) = 1;
     Node<Link>& header = m_nodes[kHeader];
     if (on_left) {
       left(p) = n;
       if (p == kHeader) {
-        header.parent = n;
+        root() = n;
         header.right = n;
       } else if (p == header.left) {
         header.left = n;
@@ -242,8 +241,8 @@ class PlanIndex {
           n = parent(n);
           rotate_left(n);
         }
-        m_nodes[parent(n)].red = false;
-        m_nodes[grand].red = true;
+        m_nodes.red(parent(n)) = 0;
+        m_nodes.red(grand) = 1;
         rotate_right(grand);
       } else {
         const Link uncle = left(grand);
@@ -255,18 +254,18 @@ class PlanIndex {
           n = parent(n);
           rotate_right(n);
         }
-        m_nodes[parent(n)].red = false;
-        m_nodes[grand].red = true;
+        m_nodes.red(parent(n)) = 0;
+        m_nodes.red(grand) = 1;
         rotate_left(grand);
       }
     }
-    m_nodes[root()].red = false;
+    m_nodes.red(root()) = 0;
   }
 
   Link recolour(Link n, Link uncle, Link grand) {
-    m_nodes[parent(n)].red = false;
-    m_nodes[uncle].red = false;
-    m_nodes[grand].red = true;
+    m_nodes.red(parent(n)) = 0;
+    m_nodes.red(uncle) = 0;
+    m_nodes.red(grand) = 1;
     return grand;
   }
 
