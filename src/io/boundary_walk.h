@@ -3,6 +3,7 @@
 #ifndef GRAVOK_SRC_IO_BOUNDARY_WALK_H
 #define GRAVOK_SRC_IO_BOUNDARY_WALK_H
 
+#include <limits>
 #include <vector>
 
 namespace gvk {
@@ -21,12 +22,15 @@ class SegmentTable {
   // widened with their sign. The table is used up.
   void walk(std::vector<unsigned long long>& boundary);
 
- private:
   struct Entry {
     int key;
     int value;
   };
+
+ private:
   std::vector<Entry> m_entries;
+  int m_low = std::numeric_limits<int>::max();
+  int m_high = std::numeric_limits<int>::min();
 };
 
 }  // namespace gvk

@@ -1,6 +1,6 @@
 // Classic-locale field extraction. The rules follow what the standard stream
-// extraction accepts character by character (the sign, leading zeros, one decimal
-// point, an exponent only after a mantissa digit); reals are then converted with
+// extraction accepts character by character (one sign, leading zeros, one decimal
+// point, an exponent only after a mantissa digit); reals are converted with
 // std::from_chars, which rounds correctly as strtod does.
 #include "classic_fields.h"
 
@@ -33,7 +33,9 @@ bool take_sign(Cursor& cursor) {
   return c == '-';
 }
 
-// Consumes every digit; `overflow` records a magnitude above `limit`.
+// Consumes every digit; `overflow` records a magnitude above `limit`. Leading zeros
+// are skipped first; up to 19 significant digits cannot overflow 64 bits, so only a
+// 20th needs a check and a 21st always overflows.
 struct Magnitude {
   unsigned long long value = 0;
   bool any_digit = false;
@@ -42,49 +44,34 @@ struct Magnitude {
 
 Magnitude take_digits(Cursor& cursor, unsigned long long limit) {
   Magnitude m;
-  for (; cursor.at != cursor.end && is_digit(*cursor.at); ++cursor.at) {
-    m.any_digit = true;
-    const unsigned digit = static_cast<unsigned>(*cursor.at - '0');
-    if (m.overflow || m.value > (limit - digit) / 10) {
+  const char* p = cursor.at;
+  while (p != cursor.end && *p == '0') ++p;
+  const char* significant = p;
+  unsigned long long value = 0;
+  for (; p != cursor.end && is_digit(*p) && p - significant < 19; ++p) {
+    value = value * 10 + static_cast<unsigned>(*p - '0');
+  }
+  if (p != cursor.end && is_digit(*p)) {
+    const unsigned digit = static_cast<unsigned>(*p - '0');
+    if (value > (~0ULL - digit) / 10) {
       m.overflow = true;
     } else {
-      m.value = m.value * 10 + digit;
+      value = value * 10 + digit;
     }
+    for (++p; p != cursor.end && is_digit(*p); ++p) m.overflow = true;
   }
+  m.any_digit = p != cursor.at;
+  m.overflow = m.overflow || value > limit;
+  m.value = value;
+  cursor.at = p;
   return m;
 }
 
-// The span of a real after its sign, as the extraction accepts it.
+// The span of a real after its sign.
 struct RealText {
   const char* begin;
   const char* end;
-  bool well_formed;
 };
-
-RealText take_real(Cursor& cursor) {
-  RealText text{cursor.at, cursor.at, false};
-  bool mantissa_digit = false;
-  bool point = false;
-  for (; cursor.at != cursor.end; ++cursor.at) {
-    const char c = *cursor.at;
-    if (is_digit(c)) {
-      mantissa_digit = true;
-    } else if (c == '.' && !point) {
-      point = true;
-    } else {
-      break;
-    }
-  }
-  text.well_formed = mantissa_digit;
-  if (mantissa_digit && cursor.at != cursor.end &&
-      (*cursor.at == 'e' || *cursor.at == 'E')) {
-    ++cursor.at;
-    take_sign(cursor);
-    text.well_formed = take_digits(cursor, ~0ULL).any_digit;
-  }
-  text.end = cursor.at;
-  return text;
-}
 
 // For a well-formed real that from_chars finds out of range: whether its magnitude
 // is huge (overflow) rather than tiny (underflow), from the decimal position of its
@@ -138,18 +125,24 @@ bool read_uint64(Cursor& cursor, unsigned long long& value) {
   return true;
 }
 
+// from_chars accepts the same text as the extraction once the sign is taken off and
+// the text starts with a digit or a point (which rules out "inf" and "nan"), except
+// that an "e" without exponent digits is where from_chars stops while the
+// extraction takes it in and fails.
 bool read_double(Cursor& cursor, double& value) {
   if (!skip_space(cursor)) return false;
   const bool negative = take_sign(cursor);
-  const RealText text = take_real(cursor);
-  if (!text.well_formed) return false;
+  if (cursor.at == cursor.end || !(is_digit(*cursor.at) || *cursor.at == '.'))
+    return false;
   double magnitude = 0.0;
-  const std::from_chars_result result = std::from_chars(text.begin, text.end, magnitude);
+  const std::from_chars_result result = std::from_chars(cursor.at, cursor.end, magnitude);
+  if (result.ec == std::errc::invalid_argument) return false;
+  const RealText text{cursor.at, result.ptr};
+  cursor.at = result.ptr;
+  if (cursor.at != cursor.end && (*cursor.at == 'e' || *cursor.at == 'E')) return false;
   if (result.ec == std::errc::result_out_of_range) {
     if (is_huge(text)) return false;
     magnitude = 0.0;
-  } else if (result.ec != std::errc() || result.ptr != text.end) {
-    return false;
   }
   value = negative ? -magnitude : magnitude;
   return true;
