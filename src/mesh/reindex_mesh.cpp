@@ -312,12 +312,15 @@ class PlanIndex {
 template <typename Link>
 void keep_representatives(std::vector<double>& x, std::vector<double>& y,
                           std::vector<double>& z, const std::vector<Link>& new_index) {
+  double* const xs = x.data();  // held in registers across the stores below
+  double* const ys = y.data();
+  double* const zs = z.data();
   std::size_t kept = 0;
   for (std::size_t i = 0; i < new_index.size(); ++i) {
     if (new_index[i] != kept) continue;
-    x[kept] = x[i];
-    y[kept] = y[i];
-    z[kept] = z[i];
+    xs[kept] = xs[i];
+    ys[kept] = ys[i];
+    zs[kept] = zs[i];
     ++kept;
   }
   for (std::vector<double>* v : {&x, &y, &z}) {

@@ -29,12 +29,15 @@ std::size_t mark_referenced(const std::vector<Triangle>& triangles,
 template <typename Index>
 void compact_marked(std::vector<double>& x, std::vector<double>& y,
                     std::vector<double>& z, std::vector<Index>& table) {
+  double* const xs = x.data();  // held in registers across the stores below
+  double* const ys = y.data();
+  double* const zs = z.data();
   Index next = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (table[i] == 0) continue;
-    x[next] = x[i];
-    y[next] = y[i];
-    z[next] = z[i];
+    xs[next] = xs[i];
+    ys[next] = ys[i];
+    zs[next] = zs[i];
     table[i] = next++;
   }
 }
