@@ -1,12 +1,14 @@
 // The walk over an ordered table of segment ends.
 //
-// The entries are grouped by key in insertion order (a counting sort when the
-// vertex numbers are dense, as they are in practice; a stable sort otherwise). The
-// entries of one key are then kept as runs of equal neighbours: the walk only ever
+// The entries of every vertex are laid out by a counting sort, in insertion order,
+// in one array (slots indexed by vertex number when the numbers are dense, as they
+// are in practice, else by rank among the distinct numbers). Each vertex's entries
+// are kept as runs of equal neighbours, stored back to front: the walk only ever
 // takes the first entry of the first run (when it does not lead back) or of the
 // second run (the first whose neighbour differs), and entries with equal
 // neighbours are interchangeable, so each step costs one lookup and O(1) updates
-// however many duplicate segments a vertex has.
+// however many duplicate segments a vertex has. Memory stays near 16 bytes per
+// segment, which matters for files of millions of lines.
 #include "boundary_walk.h"
 
 #include <algorithm>
@@ -17,103 +19,49 @@
 namespace gvk {
 namespace {
 
-using Entry = SegmentTable::Entry;
+using Segment = SegmentTable::Segment;
 
 unsigned long long widened(int v) {
   return static_cast<unsigned long long>(static_cast<long long>(v));
 }
 
-// Entries grouped by slot: slot s holds values[begin[s]] .. values[begin[s + 1]]
-// in insertion order. A slot is key - low when the keys are dense, else the
-// key's rank among the distinct keys.
-struct Grouped {
-  std::vector<int> values;
-  std::vector<std::size_t> begin;
-  std::vector<int> keys;  // distinct keys in order; empty when dense
-  long long low = 0;
-};
-
-Grouped group_dense(const std::vector<Entry>& entries, long long low, std::size_t slots) {
-  Grouped g;
-  g.low = low;
-  g.begin.assign(slots + 1, 0);
-  for (const Entry& e : entries) ++g.begin[static_cast<std::size_t>(e.key - low) + 1];
-  for (std::size_t s = 0; s < slots; ++s) g.begin[s + 1] += g.begin[s];
-  std::vector<std::size_t> next(g.begin.begin(), g.begin.end() - 1);
-  g.values.resize(entries.size());
-  for (const Entry& e : entries)
-    g.values[next[static_cast<std::size_t>(e.key - low)]++] = e.value;
-  return g;
-}
-
-Grouped group_sparse(std::vector<Entry>& entries) {
-  std::stable_sort(entries.begin(), entries.end(),
-                   [](const Entry& a, const Entry& b) { return a.key < b.key; });
-  Grouped g;
-  g.values.reserve(entries.size());
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (i == 0 || entries[i].key != entries[i - 1].key) {
-      g.keys.push_back(entries[i].key);
-      g.begin.push_back(i);
-    }
-    g.values.push_back(entries[i].value);
-  }
-  g.begin.push_back(entries.size());
-  return g;
-}
-
-// The live entries of every slot as runs of equal values, stored back to front so
-// that the first run of slot s is at m_end[s] - 1.
-template <typename Count>
-class RunTable {
+// Maps a vertex number to its slot.
+class Slots {
  public:
-  explicit RunTable(Grouped&& grouped)
-      : m_keys(std::move(grouped.keys)), m_low(grouped.low) {
-    const std::size_t slots = grouped.begin.size() - 1;
-    m_first.resize(slots);
-    m_end.resize(slots);
-    for (std::size_t s = 0; s < slots; ++s) {
-      m_first[s] = static_cast<Count>(m_runs.size());
-      for (std::size_t k = grouped.begin[s + 1]; k-- > grouped.begin[s];) {
-        const int value = grouped.values[k];
-        if (m_runs.size() > m_first[s] && m_runs.back().value == value) {
-          ++m_runs.back().count;
-        } else {
-          m_runs.push_back(Run{value, 1});
-        }
-      }
-      m_end[s] = static_cast<Count>(m_runs.size());
+  Slots(const std::vector<Segment>& segments, int low, int high) : m_low(low) {
+    const unsigned long long range =
+        static_cast<unsigned long long>(static_cast<long long>(high) - low) + 1;
+    if (range <= 4 * segments.size() + 1024) {
+      m_count = static_cast<std::size_t>(range);
+      return;
     }
+    m_keys.reserve(2 * segments.size());
+    for (const Segment& s : segments) {
+      m_keys.push_back(s.a);
+      m_keys.push_back(s.b);
+    }
+    std::sort(m_keys.begin(), m_keys.end());
+    m_keys.erase(std::unique(m_keys.begin(), m_keys.end()), m_keys.end());
+    m_count = m_keys.size();
   }
 
-  // The smallest key (slot 0 in both layouts), and the value of its first entry.
-  int first_key() const { return m_keys.empty() ? static_cast<int>(m_low) : m_keys[0]; }
-  int first_value_of_first_key() const { return m_runs[m_end[0] - 1].value; }
-
-  // Takes the first live entry of `key` whose value is not `back`; false when none.
-  bool take(int key, int back, int& value) {
-    std::size_t s = 0;
-    if (!find_slot(key, s) || m_end[s] == m_first[s]) return false;
-    std::size_t chosen = m_end[s] - 1;
-    if (m_runs[chosen].value == back) {
-      if (chosen == m_first[s]) return false;
-      --chosen;  // runs alternate, so the second run leads elsewhere
-    }
-    value = m_runs[chosen].value;
-    if (--m_runs[chosen].count == 0) remove_run(s, chosen);
-    return true;
+  std::size_t count() const { return m_count; }
+  int key(std::size_t slot) const {
+    return m_keys.empty() ? static_cast<int>(m_low + static_cast<long long>(slot))
+                          : m_keys[slot];
   }
-
- private:
-  struct Run {
-    int value;
-    Count count;
-  };
-
-  bool find_slot(int key, std::size_t& slot) const {
+  // The slot of a number that occurs in the table.
+  std::size_t of(int key) const {
+    if (m_keys.empty())
+      return static_cast<std::size_t>(static_cast<long long>(key) - m_low);
+    return static_cast<std::size_t>(std::lower_bound(m_keys.begin(), m_keys.end(), key) -
+                                    m_keys.begin());
+  }
+  // The slot of any number; false when it does not occur.
+  bool find(int key, std::size_t& slot) const {
     if (m_keys.empty()) {
       const long long offset = static_cast<long long>(key) - m_low;
-      if (offset < 0 || offset >= static_cast<long long>(m_end.size())) return false;
+      if (offset < 0 || offset >= static_cast<long long>(m_count)) return false;
       slot = static_cast<std::size_t>(offset);
       return true;
     }
@@ -123,35 +71,98 @@ class RunTable {
     return true;
   }
 
-  void remove_run(std::size_t s, std::size_t chosen) {
-    const Count head = m_end[s] - 1;
+ private:
+  long long m_low;
+  std::size_t m_count = 0;
+  std::vector<int> m_keys;  // distinct numbers in order; empty when dense
+};
+
+// The live entries of every slot as runs of equal values. Slot s owns the cells
+// from m_begin[s]; its live runs are m_begin[s] .. m_end[s] - 1, the first run on
+// top (at m_end[s] - 1).
+template <typename Count>
+class RunTable {
+ public:
+  RunTable(const std::vector<Segment>& segments, const Slots& slots)
+      : m_begin(slots.count() + 1, 0), m_end(slots.count(), 0) {
+    for (const Segment& s : segments) {
+      ++m_begin[slots.of(s.a) + 1];
+      ++m_begin[slots.of(s.b) + 1];
+    }
+    for (std::size_t i = 0; i < slots.count(); ++i) m_begin[i + 1] += m_begin[i];
+    m_runs.resize(m_begin.back());
+    // Fill each slot from its end, so that its first entry lands on top.
+    for (std::size_t i = 0; i < slots.count(); ++i) m_end[i] = m_begin[i + 1];
+    for (const Segment& s : segments) {
+      m_runs[--m_end[slots.of(s.a)]] = Run{s.b, 1};
+      m_runs[--m_end[slots.of(s.b)]] = Run{s.a, 1};
+    }
+    for (std::size_t i = 0; i < slots.count(); ++i) join_equal_neighbours(i);
+  }
+
+  int first_value_of_slot_zero() const { return m_runs[m_end[0] - 1].value; }
+
+  // Takes the first live entry of `slot` whose value is not `back`; false when none.
+  bool take(std::size_t slot, int back, int& value) {
+    if (m_end[slot] == m_begin[slot]) return false;
+    Count chosen = m_end[slot] - 1;
+    if (m_runs[chosen].value == back) {
+      if (chosen == m_begin[slot]) return false;
+      --chosen;  // runs alternate, so the second run leads elsewhere
+    }
+    value = m_runs[chosen].value;
+    if (--m_runs[chosen].count == 0) remove_run(slot, chosen);
+    return true;
+  }
+
+ private:
+  struct Run {
+    int value;
+    Count count;
+  };
+
+  void join_equal_neighbours(std::size_t slot) {
+    Count kept = m_begin[slot];
+    for (Count k = m_begin[slot]; k < m_begin[slot + 1]; ++k) {
+      if (kept > m_begin[slot] && m_runs[kept - 1].value == m_runs[k].value) {
+        m_runs[kept - 1].count += m_runs[k].count;
+      } else {
+        m_runs[kept++] = m_runs[k];
+      }
+    }
+    m_end[slot] = kept;
+  }
+
+  void remove_run(std::size_t slot, Count chosen) {
+    const Count head = m_end[slot] - 1;
     if (chosen != head) m_runs[chosen] = m_runs[head];  // the second run emptied
-    --m_end[s];
-    if (chosen == head || m_end[s] - m_first[s] < 2) return;
+    --m_end[slot];
+    if (chosen == head || m_end[slot] - m_begin[slot] < 2) return;
     // The first and the former third run are now adjacent: join equal neighbours.
-    Run& second = m_runs[m_end[s] - 2];
-    if (second.value == m_runs[m_end[s] - 1].value) {
-      second.count += m_runs[m_end[s] - 1].count;
-      --m_end[s];
+    Run& second = m_runs[m_end[slot] - 2];
+    if (second.value == m_runs[m_end[slot] - 1].value) {
+      second.count += m_runs[m_end[slot] - 1].count;
+      --m_end[slot];
     }
   }
 
-  std::vector<int> m_keys;
-  long long m_low;
-  std::vector<Count> m_first;
+  std::vector<Count> m_begin;
   std::vector<Count> m_end;
   std::vector<Run> m_runs;
 };
 
 template <typename Count>
-void walk_runs(Grouped&& grouped, std::vector<unsigned long long>& boundary) {
-  RunTable<Count> runs(std::move(grouped));
-  const int start = runs.first_key();
+void walk_runs(const std::vector<Segment>& segments, const Slots& slots,
+               std::vector<unsigned long long>& boundary) {
+  RunTable<Count> runs(segments, slots);
+  const int start = slots.key(0);  // slot 0 holds the smallest number
   boundary.push_back(widened(start));
   int previous = start;
-  int current = runs.first_value_of_first_key();
+  int current = runs.first_value_of_slot_zero();
   int next = 0;
-  while (current != start && runs.take(current, previous, next)) {
+  std::size_t slot = 0;
+  while (current != start && slots.find(current, slot) &&
+         runs.take(slot, previous, next)) {
     boundary.push_back(widened(current));
     previous = current;
     current = next;
@@ -161,27 +172,22 @@ void walk_runs(Grouped&& grouped, std::vector<unsigned long long>& boundary) {
 }  // namespace
 
 void SegmentTable::add(int a, int b) {
-  m_entries.push_back(Entry{a, b});
-  m_entries.push_back(Entry{b, a});
+  m_segments.push_back(Segment{a, b});
   m_low = std::min(m_low, std::min(a, b));
   m_high = std::max(m_high, std::max(a, b));
 }
 
 void SegmentTable::walk(std::vector<unsigned long long>& boundary) {
-  if (m_entries.empty()) return;
-  // Dense keys: a table of offsets no larger than a few times the entries.
-  const unsigned long long range =
-      static_cast<unsigned long long>(static_cast<long long>(m_high) - m_low) + 1;
-  Grouped grouped = range <= 4 * m_entries.size() + 1024
-                        ? group_dense(m_entries, m_low, static_cast<std::size_t>(range))
-                        : group_sparse(m_entries);
-  const std::size_t entries = m_entries.size();
-  m_entries = std::vector<Entry>();
-  if (entries <= std::numeric_limits<std::uint32_t>::max()) {
-    walk_runs<std::uint32_t>(std::move(grouped), boundary);
+  if (m_segments.empty()) return;
+  const Slots slots(m_segments, m_low, m_high);
+  // A closed chain names each of its segments once; a longer walk grows from here.
+  boundary.reserve(boundary.size() + m_segments.size() + 1);
+  if (2 * m_segments.size() <= std::numeric_limits<std::uint32_t>::max()) {
+    walk_runs<std::uint32_t>(m_segments, slots, boundary);
   } else {
-    walk_runs<std::size_t>(std::move(grouped), boundary);
+    walk_runs<std::size_t>(m_segments, slots, boundary);
   }
+  m_segments = std::vector<Segment>();
 }
 
 }  // namespace gvk

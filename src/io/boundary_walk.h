@@ -10,7 +10,7 @@ namespace gvk {
 
 class SegmentTable {
  public:
-  // Stores the segment in both directions: a -> b, then b -> a.
+  // Stores the segment, which stands for the entries a -> b and then b -> a.
   void add(int a, int b);
 
   // Appends to `boundary` the walk around the chain through the smallest stored
@@ -22,13 +22,13 @@ class SegmentTable {
   // widened with their sign. The table is used up.
   void walk(std::vector<unsigned long long>& boundary);
 
-  struct Entry {
-    int key;
-    int value;
+  struct Segment {
+    int a;
+    int b;
   };
 
  private:
-  std::vector<Entry> m_entries;
+  std::vector<Segment> m_segments;
   int m_low = std::numeric_limits<int>::max();
   int m_high = std::numeric_limits<int>::min();
 };

@@ -4,6 +4,7 @@
 // std::from_chars, which rounds correctly as strtod does.
 #include "classic_fields.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
@@ -104,15 +105,21 @@ bool is_huge(const RealText& text) {
 
 }  // namespace
 
+// The magnitude saturates just above the limit, so it never wraps however many
+// digits follow.
 bool read_int32(Cursor& cursor, int& value) {
   if (!skip_space(cursor)) return false;
   const bool negative = take_sign(cursor);
-  const unsigned long long limit =
-      negative ? 1ULL + std::numeric_limits<int>::max() : std::numeric_limits<int>::max();
-  const Magnitude m = take_digits(cursor, limit);
-  if (!m.any_digit || m.overflow) return false;
-  value = negative ? static_cast<int>(-static_cast<long long>(m.value))
-                   : static_cast<int>(m.value);
+  const long long limit =
+      negative ? 1LL + std::numeric_limits<int>::max() : std::numeric_limits<int>::max();
+  const char* p = cursor.at;
+  long long magnitude = 0;
+  for (; p != cursor.end && is_digit(*p); ++p) {
+    magnitude = std::min(magnitude * 10 + (*p - '0'), limit + 1);
+  }
+  if (p == cursor.at || magnitude > limit) return false;
+  cursor.at = p;
+  value = static_cast<int>(negative ? -magnitude : magnitude);
   return true;
 }
 
