@@ -32,13 +32,13 @@ void compact_marked(std::vector<double>& x, std::vector<double>& y,
   double* const xs = x.data();  // held in registers across the stores below
   double* const ys = y.data();
   double* const zs = z.data();
-  Index next = 0;
+  std::size_t next = 0;
   for (std::size_t i = 0; i < table.size(); ++i) {
     if (table[i] == 0) continue;
     xs[next] = xs[i];
     ys[next] = ys[i];
     zs[next] = zs[i];
-    table[i] = next++;
+    table[i] = static_cast<Index>(next++);
   }
 }
 
