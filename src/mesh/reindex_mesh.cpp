@@ -48,10 +48,17 @@ struct Node {
   Link right;
 };
 
-// Node slots in arrays grown by doubling like any vector; a link is a plain offset.
+// Node slots in arrays reserved for every vertex at once: nothing is copied as the
+// index grows, and only the pages that representatives fill are ever touched. A
+// link is a plain offset.
 template <typename Link>
 class NodePool {
  public:
+  explicit NodePool(std::size_t slots) {
+    m_nodes.reserve(slots);
+    m_parents.reserve(slots);
+    m_red.reserve(slots);
+  }
   Node<Link>& operator[](Link slot) { return m_nodes[slot]; }
   Link& parent(Link slot) { return m_parents[slot]; }
   unsigned char& red(Link slot) { return m_red[slot]; }
@@ -72,7 +79,7 @@ template <typename Link>
 class PlanIndex {
  public:
   PlanIndex(const std::vector<double>& x, const std::vector<double>& y, double t)
-      : m_x(x), m_y(y), m_t(t) {
+      : m_x(x), m_y(y), m_t(t), m_nodes(x.size() + 2) {
     m_nodes.add();  // the empty link
     m_nodes.add();  // the header
     Node<Link>& header = m_nodes[kHeader];
