@@ -8,8 +8,8 @@
 #include <gravok/export.h>
 #include <gravok/log.h>
 #include <gravok/mesh_tools.h>
-#include <gravok/poly_file.h>
 #include <gravok/offset_data_source.h>
+#include <gravok/poly_file.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
 #include <gravok/text.h>
