@@ -3,7 +3,8 @@
 // 10^6 segment lines (one closed chain through every vertex); the writer writes 10^6
 // vertices and 2 * 10^6 triangles. BM_FlushedLinesFloor writes the same number of
 // lines, already formatted, with one flush per line: the part of the writer's time
-// that the per-line flush alone costs. Files go to the system's temporary directory.
+// that the per-line flush alone costs. Files go to a new directory under the system's
+// temporary directory, removed at the end.
 #include <gravok/poly_file.h>
 
 #include "../tests/poly_oracle.h"
@@ -15,6 +16,7 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -24,13 +26,25 @@ namespace fs = std::filesystem;
 constexpr std::size_t kVertices = 1000000;
 constexpr std::size_t kTriangles = 2000000;
 
+// A new directory of its own, removed when the program ends.
+struct ScratchDirectory {
+  ScratchDirectory() {
+    std::random_device entropy;
+    do {
+      path =
+          fs::temp_directory_path() / ("gravok_poly_bench_" + std::to_string(entropy()));
+    } while (!fs::create_directories(path));
+  }
+  ~ScratchDirectory() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+  }
+  fs::path path;
+};
+
 fs::path scratch(const std::string& name) {
-  static const fs::path dir = [] {
-    fs::path d = fs::temp_directory_path() / "gravok_poly_bench";
-    fs::create_directories(d);
-    return d;
-  }();
-  return dir / name;
+  static const ScratchDirectory directory;
+  return directory.path / name;
 }
 
 struct Mesh {

@@ -55,15 +55,20 @@ PolyRead read_poly(const fs::path& path) {
   return r;
 }
 
-// Each test works in a directory of its own, removed afterwards.
+// Each test works in a directory of its own, removed afterwards. A random suffix
+// keeps test programs that run at the same time (several build trees on one
+// machine) out of each other's files.
 class PolyFileTest : public testing::Test {
  protected:
   void SetUp() override {
     const testing::TestInfo* info = testing::UnitTest::GetInstance()->current_test_info();
-    m_dir = fs::path(testing::TempDir()) /
-            (std::string("gravok_poly_") + info->test_suite_name() + "_" + info->name());
-    fs::remove_all(m_dir);
-    fs::create_directories(m_dir);
+    std::random_device entropy;
+    do {
+      m_dir =
+          fs::path(testing::TempDir()) /
+          (std::string("gravok_poly_") + info->test_suite_name() + "_" + info->name() +
+           "_" + std::to_string(entropy()) + std::to_string(entropy()));
+    } while (!fs::create_directories(m_dir));
   }
   void TearDown() override { fs::remove_all(m_dir); }
 
