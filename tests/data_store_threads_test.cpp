@@ -15,7 +15,7 @@ namespace {
 
 using gvk_test::CallLog;
 using gvk_test::Elements;
-using gvk_test::RecordingStore;
+using gvk_test::Recorder;
 
 TEST(DataStoreDispatchThreads, ConcurrentFirstCallsAllReachTheirSetter) {
   const std::vector<std::string> setters = {
@@ -28,7 +28,7 @@ TEST(DataStoreDispatchThreads, ConcurrentFirstCallsAllReachTheirSetter) {
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
-      RecordingStore store(logs[t]);
+      Recorder store(logs[t], "store");
       const Elements elements(1);
       ready.fetch_add(1);
       while (ready.load() < kThreads) std::this_thread::yield();

@@ -1,15 +1,19 @@
-// Test doubles shared by the store, transfer and registry tests: a call log that
-// sources and stores write to in call order, and a store that logs every call the
-// library makes on it, keeps what its setters receive and answers it back as a
-// source.
+// Test double shared by the store, transfer, offset-source and registry tests: a store,
+// and so also a source, that logs every call made on it as "<role>.<operation>" into a
+// call log that several doubles share, keeps what its setters receive and answers it
+// back from its getters. Every answer starts different from DataSource's default, so a
+// call that reaches the base class instead of the double shows.
 #ifndef GRAVOK_TESTS_RECORDING_STORE_H
 #define GRAVOK_TESTS_RECORDING_STORE_H
 
 #include <gravok/data_store.h>
 
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace gvk_test {
@@ -31,161 +35,207 @@ struct CallLog {
 };
 
 struct Origin {
-  double x = 0.0;
-  double y = 0.0;
-  double z = 0.0;
+  double x = 0.0, y = 0.0, z = 0.0;
 };
 
-class RecordingStore : public gvk::DataStore {
+// Operations that log their call, then answer or keep one member.
+#define GRAVOK_TEST_GET(type, getter, answer) \
+  type getter() const override {              \
+    log(#getter);                             \
+    return answer;                            \
+  }
+#define GRAVOK_TEST_SET(setter, type, member) \
+  void setter(type in) override {             \
+    log(#setter);                             \
+    member = in;                              \
+  }
+#define GRAVOK_TEST_ELEMENTS(getter, setter, kind)                       \
+  void getter(Elements& e) const override { deliver(#getter, kind, e); } \
+  void setter(const Elements& in) override { keep(#setter, kind, in); }
+#define GRAVOK_TEST_ELEMENT_LISTS(getter, setter, kind)           \
+  void getter(Elements& e, Lists& xs, Lists& ys) const override { \
+    deliver(#getter, kind, e, &xs, &ys);                          \
+  }                                                               \
+  void setter(const Elements& in) override { keep(#setter, kind, in); }
+
+class Recorder : public gvk::DataStore {
  public:
-  explicit RecordingStore(CallLog& log, Origin at = {}) : origin(at), m_log(log) {}
+  Recorder(CallLog& log, std::string role_name, Origin at = {})
+      : role(std::move(role_name)), origin(at), m_log(log) {}
 
+  const std::string role;  // "source" or "store" in the tests of the transfer
   Origin origin;
-
-  // What the setters received; a kind's entry exists once its setter was called.
-  std::vector<gravok_objective> objectives;
-  double max_slope = 0, min_slope = 0, epsilon = 0;
-  VolumeConstraint volume_constraint = Unconstrained;
-  std::vector<double> max_slopes, min_slopes;
-  bool fixed_boundary = false;
-  long long max_iteration_count = 0;
-  mesh_metric metric{};
+  // When set, get_eg_data moves the origin there, as a source that computes its
+  // origin from its mesh does.
+  std::optional<Origin> origin_after_mesh;
   std::vector<double> x, y, z;
   std::vector<gvk::Triangle> triangles;
   std::vector<gravok_triangle_info> triangle_info;
+  std::vector<gravok_line_3d> break_lines;
   std::map<GradingElementType, Elements> elements;
-  // Address of the vector each per-kind setter was handed, to see copies.
+  std::map<GradingElementType, Lists> lists;  // answered as both xs and ys
+  // The vector that each kind's setter was handed, to see copies.
   std::map<GradingElementType, const Elements*> handed;
+  std::vector<gravok_objective> objectives =
+      std::vector<gravok_objective>(2, gravok_objective{{7}});
+  double max_slope = 0.41, min_slope = 0.012, epsilon = 1e-7;
+  VolumeConstraint volume_constraint = static_cast<VolumeConstraint>(3);
+  std::vector<double> max_slopes{0.5, 0.25}, min_slopes{0.01};
+  bool fixed_boundary = false;
+  long long max_iteration_count = 5000000000LL;  // needs all 64 bits
+  mesh_metric metric{4, 0.75, true, false};
+  // Whether an element getter was handed a non-empty container, and how full the
+  // complex-data holder was at each complex call.
+  mutable bool filled_on_arrival = false;
+  mutable std::vector<std::size_t> complex_holder_sizes;
 
-  void beginBulkOperation() const override { m_log.record("store.beginBulkOperation"); }
-  void endBulkOperation() const override { m_log.record("store.endBulkOperation"); }
+  // DataSource's operations, in its order.
+  bool load() override {
+    log("load");
+    return true;
+  }
+  void get_linear_unit(gvk::Unit<1>&) const override { log("get_linear_unit"); }
+  void get_area_unit(gvk::Unit<2>&) const override { log("get_area_unit"); }
+  void get_volume_unit(gvk::Unit<3>&) const override { log("get_volume_unit"); }
+  void get_surfaces(std::vector<unsigned long long>&,
+                    std::vector<std::string>&) const override {
+    log("get_surfaces");
+  }
+  void select_surface(unsigned long long) override { log("select_surface"); }
+  void get_eg_data(std::vector<double>& x_out, std::vector<double>& y_out,
+                   std::vector<double>& z_out, std::vector<gvk::Triangle>& triangles_out,
+                   std::vector<gravok_triangle_info>& info_out) override {
+    log("get_eg_data");
+    append(x_out, x);
+    append(y_out, y);
+    append(z_out, z);
+    append(triangles_out, triangles);
+    append(info_out, triangle_info);
+    if (origin_after_mesh) origin = *origin_after_mesh;
+  }
+  void get_objectives(std::vector<gravok_objective>& out) override {
+    log("get_objectives");
+    append(out, objectives);
+  }
+  void get_break_lines(std::vector<gravok_line_3d>& out) const override {
+    log("get_break_lines");
+    append(out, break_lines);
+  }
+  void get_grading_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
+                            ComplexElementData& complex_data) override {
+    log("get_grading_elements");
+    DataSource::get_grading_elements(kind, e, xs, ys, complex_data);
+  }
+  void get_unclassified(Elements& e, Lists& xs, Lists& ys) const override {
+    deliver("get_unclassified", Unclassified, e, &xs, &ys);
+  }
+  void get_complex_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
+                            ComplexElementData& complex_data) const override {
+    complex_holder_sizes.push_back(complex_data.int_lists.size());
+    complex_data.int_lists.push_back({kind});
+    deliver("get_complex_elements(" + std::to_string(kind) + ")", kind, e, &xs, &ys);
+  }
+  void get_max_slopes(std::vector<double>& out) const override {
+    log("get_max_slopes");
+    append(out, max_slopes);
+  }
+  void get_min_slopes(std::vector<double>& out) const override {
+    log("get_min_slopes");
+    append(out, min_slopes);
+  }
+  GRAVOK_TEST_GET(bool, fix_boundary, fixed_boundary)
+  GRAVOK_TEST_GET(double, get_max_slope, max_slope)
+  GRAVOK_TEST_GET(double, get_min_slope, min_slope)
+  GRAVOK_TEST_GET(VolumeConstraint, get_volume_constraint, volume_constraint)
+  GRAVOK_TEST_GET(mesh_metric, get_mesh_metric, metric)
+  GRAVOK_TEST_GET(double, get_xorig, origin.x)
+  GRAVOK_TEST_GET(double, get_yorig, origin.y)
+  GRAVOK_TEST_GET(double, get_zorig, origin.z)
+  GRAVOK_TEST_GET(long long, get_max_iteration_count, max_iteration_count)
+  GRAVOK_TEST_GET(double, get_epsilon, epsilon)
+  GRAVOK_TEST_GET(std::string, get_hostcad_version, "host 9")
+  GRAVOK_TEST_GET(bool, is_ge_guid_valid, false)
+  const std::string& guid_from_uid(const long long& uid) const override {
+    log("guid_from_uid");
+    return DataSource::guid_from_uid(uid);
+  }
 
+  // DataStore's operations.
+  void beginBulkOperation() const override { log("beginBulkOperation"); }
+  void endBulkOperation() const override { log("endBulkOperation"); }
   void set_units(const gvk::Unit<1>&, const gvk::Unit<2>&, const gvk::Unit<3>&) override {
-    m_log.record("store.set_units");
+    log("set_units");
   }
   void set_eg_data(const std::vector<double>& x_in, const std::vector<double>& y_in,
                    const std::vector<double>& z_in,
                    const std::vector<gvk::Triangle>& triangles_in,
                    const std::vector<gravok_triangle_info>& info_in) override {
-    m_log.record("store.set_eg_data");
+    log("set_eg_data");
     x = x_in;
     y = y_in;
     z = z_in;
     triangles = triangles_in;
     triangle_info = info_in;
   }
-  void set_break_lines(const std::vector<gravok_line_3d>&) override {
-    m_log.record("store.set_break_lines");
-  }
-  void set_objectives(const std::vector<gravok_objective>& in) override {
-    m_log.record("store.set_objectives");
-    objectives = in;
-  }
+  GRAVOK_TEST_SET(set_break_lines, const std::vector<gravok_line_3d>&, break_lines)
+  GRAVOK_TEST_SET(set_objectives, const std::vector<gravok_objective>&, objectives)
   void set_grading_elements(GradingElementType kind, const Elements& in) override {
-    m_log.record("store.set_grading_elements(" + std::to_string(kind) + ")");
+    log("set_grading_elements(" + std::to_string(kind) + ")");
     DataStore::set_grading_elements(kind, in);
   }
-  void set_low_points(const Elements& in) override {
-    keep("set_low_points", LowPoint, in);
-  }
-  void set_bounded_points(const Elements& in) override {
-    keep("set_bounded_points", BoundedPoint, in);
-  }
-  void set_offsets(const Elements& in) override { keep("set_offsets", Offset, in); }
-  void set_drain_lines(const Elements& in) override {
-    keep("set_drain_lines", DrainLine, in);
-  }
-  void set_bend_lines(const Elements& in) override {
-    keep("set_bend_lines", BendLine, in);
-  }
-  void set_aligned_edges(const Elements& in) override {
-    keep("set_aligned_edges", AlignedEdge, in);
-  }
-  void set_trizone_polygons(const Elements& in) override {
-    keep("set_trizone_polygons", SurfaceZone, in);
-  }
+  GRAVOK_TEST_ELEMENTS(get_low_points, set_low_points, LowPoint)
+  GRAVOK_TEST_ELEMENTS(get_bounded_points, set_bounded_points, BoundedPoint)
+  GRAVOK_TEST_ELEMENTS(get_offsets, set_offsets, Offset)
+  GRAVOK_TEST_ELEMENT_LISTS(get_drain_lines, set_drain_lines, DrainLine)
+  GRAVOK_TEST_ELEMENT_LISTS(get_bend_lines, set_bend_lines, BendLine)
+  GRAVOK_TEST_ELEMENT_LISTS(get_aligned_edges, set_aligned_edges, AlignedEdge)
+  GRAVOK_TEST_ELEMENT_LISTS(get_trizone_polygons, set_trizone_polygons, SurfaceZone)
   void set_complex_elements(GradingElementType kind, const Elements& in) override {
     keep("set_complex_elements(" + std::to_string(kind) + ")", kind, in);
   }
-  void set_fix_boundary(bool in) override {
-    m_log.record("store.set_fix_boundary");
-    fixed_boundary = in;
-  }
-  void set_max_slope(double in) override {
-    m_log.record("store.set_max_slope");
-    max_slope = in;
-  }
-  void set_min_slope(double in) override {
-    m_log.record("store.set_min_slope");
-    min_slope = in;
-  }
-  void set_volume_constraint(VolumeConstraint in) override {
-    m_log.record("store.set_volume_constraint");
-    volume_constraint = in;
-  }
-  void set_max_slopes(const std::vector<double>& in) override {
-    m_log.record("store.set_max_slopes");
-    max_slopes = in;
-  }
-  void set_min_slopes(const std::vector<double>& in) override {
-    m_log.record("store.set_min_slopes");
-    min_slopes = in;
-  }
-  void set_mesh_metric(mesh_metric in) override {
-    m_log.record("store.set_mesh_metric");
-    metric = in;
-  }
-  void set_max_iteration_count(long long in) override {
-    m_log.record("store.set_max_iteration_count");
-    max_iteration_count = in;
-  }
-  void set_epsilon(double in) override {
-    m_log.record("store.set_epsilon");
-    epsilon = in;
-  }
-
-  // As a source, the store answers its origin (logged) and what it took in.
-  double get_xorig() const override {
-    m_log.record("store.get_xorig");
-    return origin.x;
-  }
-  double get_yorig() const override {
-    m_log.record("store.get_yorig");
-    return origin.y;
-  }
-  double get_zorig() const override {
-    m_log.record("store.get_zorig");
-    return origin.z;
-  }
-  void get_eg_data(std::vector<double>& x_out, std::vector<double>& y_out,
-                   std::vector<double>& z_out, std::vector<gvk::Triangle>& triangles_out,
-                   std::vector<gravok_triangle_info>& info_out) override {
-    x_out = x;
-    y_out = y;
-    z_out = z;
-    triangles_out = triangles;
-    info_out = triangle_info;
-  }
-  void get_low_points(Elements& out) const override { answer(LowPoint, out); }
-  void get_bounded_points(Elements& out) const override { answer(BoundedPoint, out); }
-  void get_offsets(Elements& out) const override { answer(Offset, out); }
-  void get_drain_lines(Elements& out, Lists&, Lists&) const override {
-    answer(DrainLine, out);
-  }
+  GRAVOK_TEST_SET(set_fix_boundary, bool, fixed_boundary)
+  GRAVOK_TEST_SET(set_max_slope, double, max_slope)
+  GRAVOK_TEST_SET(set_min_slope, double, min_slope)
+  GRAVOK_TEST_SET(set_volume_constraint, VolumeConstraint, volume_constraint)
+  GRAVOK_TEST_SET(set_max_slopes, const std::vector<double>&, max_slopes)
+  GRAVOK_TEST_SET(set_min_slopes, const std::vector<double>&, min_slopes)
+  GRAVOK_TEST_SET(set_mesh_metric, mesh_metric, metric)
+  GRAVOK_TEST_SET(set_max_iteration_count, long long, max_iteration_count)
+  GRAVOK_TEST_SET(set_epsilon, double, epsilon)
 
  private:
+  void log(const std::string& call) const { m_log.record(role + "." + call); }
+  template <class T>
+  static void append(std::vector<T>& out, const std::vector<T>& in) {
+    out.insert(out.end(), in.begin(), in.end());
+  }
+  template <class T>
+  static T find(const std::map<GradingElementType, T>& map, GradingElementType kind) {
+    const auto found = map.find(kind);
+    return found == map.end() ? T{} : found->second;
+  }
+  void deliver(const std::string& getter, GradingElementType kind, Elements& e,
+               Lists* xs = nullptr, Lists* ys = nullptr) const {
+    log(getter);
+    filled_on_arrival |= !e.empty() || (xs && !xs->empty()) || (ys && !ys->empty());
+    append(e, find(elements, kind));
+    if (!xs) return;
+    append(*xs, find(lists, kind));
+    append(*ys, find(lists, kind));
+  }
   void keep(const std::string& setter, GradingElementType kind, const Elements& in) {
-    m_log.record("store." + setter);
+    log(setter);
     elements[kind] = in;
     handed[kind] = &in;
-  }
-  void answer(GradingElementType kind, Elements& out) const {
-    const auto found = elements.find(kind);
-    if (found != elements.end()) out = found->second;
   }
 
   CallLog& m_log;
 };
+
+#undef GRAVOK_TEST_GET
+#undef GRAVOK_TEST_SET
+#undef GRAVOK_TEST_ELEMENTS
+#undef GRAVOK_TEST_ELEMENT_LISTS
 
 }  // namespace gvk_test
 
