@@ -41,6 +41,23 @@ std::vector<double> plus(std::vector<double> values, double offset) {
   return values;
 }
 
+// A site in state-plane coordinates (x about 2,000,000, y about 500,000, millimetre
+// detail) with one record of each kind below.
+void fill_site(Recorder& source) {
+  source.x = {2000123.457, 2000456.789, 2000300.001};
+  source.y = {500987.654, 500321.098, 500654.321};
+  source.z = {101.234, 99.876, 100.5};
+  source.triangles = {{0, 1, 2}};
+  source.triangle_info = {gravok_triangle_info{{42}}};
+  source.elements[LowPoint] = {element({2000200.125, 500500.375, 7, 8, 9, 10})};
+  source.elements[BoundedPoint] = {
+      element({2000210.5, 500510.25, 0.75, 101.5, 102.25, 4})};
+  source.elements[Offset] = {
+      element({1.5, 2000220.001, 500520.002, 2.5, 2000230.003, 500530.004})};
+  source.elements[DrainLine] = {element({2000240.007, 500540.009, 100.1, 5, 6, 7})};
+  source.lists[DrainLine] = {{2000240.007, 2000250.011}};
+}
+
 // Every call of one transfer, in the order the transfer makes them.
 std::vector<std::string> transfer_calls() {
   std::vector<std::string> calls = {"store.beginBulkOperation",
@@ -94,9 +111,14 @@ std::vector<std::string> transfer_calls() {
 TEST(CopyFrom, MakesExactlyTheStepsOfTheTransferInOrder) {
   CallLog log;
   Recorder source(log, "source");
+  fill_site(source);
   Recorder store(log, "store");
   store.copyFrom(source);
   EXPECT_EQ(log.calls, transfer_calls());
+  // Each kind's getter receives empty containers, but one complex-data holder serves
+  // every complex kind.
+  EXPECT_FALSE(source.filled_on_arrival);
+  EXPECT_EQ(source.complex_holder_sizes, (std::vector<std::size_t>{0, 1, 2, 3, 4}));
   EXPECT_EQ(std::count_if(log.calls.begin(), log.calls.end(),
                           [](const std::string& call) {
                             return call.rfind("store.set_grading_elements", 0) == 0;
@@ -146,52 +168,6 @@ TEST(CopyFrom, HandsEachSettingToTheSetterOfItsStem) {
   Recorder source(log, "source");  // a distinct value for every setting
   store.copyFrom(source);
   EXPECT_EQ(settings(store), settings(source));
-}
-
-TEST(CopyFrom, ElementContainersStartEmptyForEachKindButComplexDataIsKept) {
-  CallLog log;
-  Recorder source(log, "source");
-  for (GradingElementType kind : gvk::allElementTypes()) {
-    source.elements[kind] = {element({1, 2, 3, 4, 5, 6})};
-    source.lists[kind] = {{1.0, 2.0}, {3.0}};
-  }
-  Recorder store(log, "store");
-  store.copyFrom(source);
-  EXPECT_FALSE(source.filled_on_arrival);
-  EXPECT_EQ(source.complex_holder_sizes, (std::vector<std::size_t>{0, 1, 2, 3, 4}));
-}
-
-TEST(CopyFrom, StoreOverridingTheDispatchReceivesEveryKindThroughIt) {
-  struct OwnDispatchStore : Recorder {
-    using Recorder::Recorder;
-    std::vector<GradingElementType> kinds;
-    void set_grading_elements(GradingElementType kind, const Elements&) override {
-      kinds.push_back(kind);
-    }
-  };
-  CallLog log;
-  Recorder source(log, "source");
-  OwnDispatchStore store(log, "store");
-  store.copyFrom(source);
-  EXPECT_EQ(store.kinds, gvk::allElementTypes());
-  EXPECT_TRUE(store.elements.empty());
-}
-
-// A site in state-plane coordinates (x about 2,000,000, y about 500,000, millimetre
-// detail) with one record of each kind below.
-void fill_site(Recorder& source) {
-  source.x = {2000123.457, 2000456.789, 2000300.001};
-  source.y = {500987.654, 500321.098, 500654.321};
-  source.z = {101.234, 99.876, 100.5};
-  source.triangles = {{0, 1, 2}};
-  source.triangle_info = {gravok_triangle_info{{42}}};
-  source.elements[LowPoint] = {element({2000200.125, 500500.375, 7, 8, 9, 10})};
-  source.elements[BoundedPoint] = {
-      element({2000210.5, 500510.25, 0.75, 101.5, 102.25, 4})};
-  source.elements[Offset] = {
-      element({1.5, 2000220.001, 500520.002, 2.5, 2000230.003, 500530.004})};
-  source.elements[DrainLine] = {element({2000240.007, 500540.009, 100.1, 5, 6, 7})};
-  source.lists[DrainLine] = {{2000240.007, 2000250.011}};
 }
 
 // The offset (0 x, 1 y, 2 z; -1 none) that each location slot of a kind's records

@@ -40,15 +40,9 @@ struct Origin {
 
 // Operations that log their call, then answer or keep one member.
 #define GRAVOK_TEST_GET(type, getter, answer) \
-  type getter() const override {              \
-    log(#getter);                             \
-    return answer;                            \
-  }
+  type getter() const override { return logged(#getter, answer); }
 #define GRAVOK_TEST_SET(setter, type, member) \
-  void setter(type in) override {             \
-    log(#setter);                             \
-    member = in;                              \
-  }
+  void setter(type in) override { member = logged(#setter, in); }
 #define GRAVOK_TEST_ELEMENTS(getter, setter, kind)                       \
   void getter(Elements& e) const override { deliver(#getter, kind, e); } \
   void setter(const Elements& in) override { keep(#setter, kind, in); }
@@ -90,10 +84,7 @@ class Recorder : public gvk::DataStore {
   mutable std::vector<std::size_t> complex_holder_sizes;
 
   // DataSource's operations, in its order.
-  bool load() override {
-    log("load");
-    return true;
-  }
+  bool load() override { return logged("load", true); }
   void get_linear_unit(gvk::Unit<1>&) const override { log("get_linear_unit"); }
   void get_area_unit(gvk::Unit<2>&) const override { log("get_area_unit"); }
   void get_volume_unit(gvk::Unit<3>&) const override { log("get_volume_unit"); }
@@ -114,12 +105,10 @@ class Recorder : public gvk::DataStore {
     if (origin_after_mesh) origin = *origin_after_mesh;
   }
   void get_objectives(std::vector<gravok_objective>& out) override {
-    log("get_objectives");
-    append(out, objectives);
+    append(out, logged("get_objectives", objectives));
   }
   void get_break_lines(std::vector<gravok_line_3d>& out) const override {
-    log("get_break_lines");
-    append(out, break_lines);
+    append(out, logged("get_break_lines", break_lines));
   }
   void get_grading_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
                             ComplexElementData& complex_data) override {
@@ -136,12 +125,10 @@ class Recorder : public gvk::DataStore {
     deliver("get_complex_elements(" + std::to_string(kind) + ")", kind, e, &xs, &ys);
   }
   void get_max_slopes(std::vector<double>& out) const override {
-    log("get_max_slopes");
-    append(out, max_slopes);
+    append(out, logged("get_max_slopes", max_slopes));
   }
   void get_min_slopes(std::vector<double>& out) const override {
-    log("get_min_slopes");
-    append(out, min_slopes);
+    append(out, logged("get_min_slopes", min_slopes));
   }
   GRAVOK_TEST_GET(bool, fix_boundary, fixed_boundary)
   GRAVOK_TEST_GET(double, get_max_slope, max_slope)
@@ -156,8 +143,7 @@ class Recorder : public gvk::DataStore {
   GRAVOK_TEST_GET(std::string, get_hostcad_version, "host 9")
   GRAVOK_TEST_GET(bool, is_ge_guid_valid, false)
   const std::string& guid_from_uid(const long long& uid) const override {
-    log("guid_from_uid");
-    return DataSource::guid_from_uid(uid);
+    return logged("guid_from_uid", DataSource::guid_from_uid(uid));
   }
 
   // DataStore's operations.
@@ -205,6 +191,11 @@ class Recorder : public gvk::DataStore {
 
  private:
   void log(const std::string& call) const { m_log.record(role + "." + call); }
+  template <class T>
+  const T& logged(const std::string& call, const T& answer) const {
+    log(call);
+    return answer;
+  }
   template <class T>
   static void append(std::vector<T>& out, const std::vector<T>& in) {
     out.insert(out.end(), in.begin(), in.end());

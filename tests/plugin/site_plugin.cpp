@@ -4,7 +4,8 @@
 // ("local-origin:<x>,<y>,<z>"), and registers both providers from one C function.
 //
 // The project store works like a database: what its setters receive during a bulk
-// operation becomes visible to its getters only when the bulk operation ends.
+// operation becomes visible to its getters only when the bulk operation ends. It keeps
+// the mesh, the elements and the maximum slope, and takes the rest without keeping it.
 #include <gravok/gravok.h>
 
 #include <map>
@@ -29,23 +30,18 @@ constexpr const char* kProjectPrefix = "local-origin:";
 constexpr const char* kSiteProvider = "site-plugin survey sites";
 constexpr const char* kProjectProvider = "site-plugin projects";
 
-bool starts_with(const std::string& text, const std::string& prefix) {
-  return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-gravok_grading_element point(double a, double b, double c, double d, double e, double f) {
+gravok_grading_element record(double a, double b, double c, double d, double e) {
   gravok_grading_element element;
   gvk::initge(element);
-  const double values[6] = {a, b, c, d, e, f};
-  for (int i = 0; i < 6; ++i) element.location[i] = values[i];
+  const double values[5] = {a, b, c, d, e};
+  for (int i = 0; i < 5; ++i) element.location[i] = values[i];
   return element;
 }
 
-// A surveyed site: four ground points and one element of each coordinate-bearing kind,
-// with absolute state-plane coordinates (origin zero).
+// A surveyed site: four ground points, a low point, a drain line and a pond, in
+// absolute state-plane coordinates (origin zero).
 class SurveySite : public gvk::DataSource {
  public:
-  bool load() override { return true; }
   void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
                    std::vector<gvk::Triangle>& triangles,
                    std::vector<gravok_triangle_info>& info) override {
@@ -56,44 +52,26 @@ class SurveySite : public gvk::DataSource {
     info.assign(2, gravok_triangle_info{});
   }
   void get_low_points(Elements& e) const override {
-    e.push_back(point(2000150.111, 500100.222, 0, 0, 0, 0));
-  }
-  void get_bounded_points(Elements& e) const override {
-    e.push_back(point(2000160.5, 500110.5, 0.5, 99.0, 101.0, 0));
-  }
-  void get_offsets(Elements& e) const override {
-    e.push_back(point(3.0, 2000170.25, 500120.25, 0.02, 2000180.75, 500130.75));
+    e.push_back(record(2000150.111, 500100.222, 0, 0, 0));
   }
   void get_drain_lines(Elements& e, Lists& xs, Lists& ys) const override {
-    e.push_back(point(1, 2, 3, 4, 5, 6));
+    e.push_back(record(1, 2, 3, 4, 5));
     xs.push_back({2000110.0, 2000190.0});
     ys.push_back({500060.0, 500140.0});
   }
-  void get_complex_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
+  void get_complex_elements(GradingElementType kind, Elements& e, Lists&, Lists&,
                             ComplexElementData&) const override {
-    if (kind != Pond) return;
-    e.push_back(point(0, 0, 0, 0, 0, 0));
-    xs.push_back({2000120.0, 2000130.0, 2000125.0});
-    ys.push_back({500070.0, 500070.0, 500080.0});
+    if (kind == Pond) e.push_back(record(0, 0, 0, 0, 0));
   }
   double get_max_slope() const override { return 0.25; }
-  std::string get_hostcad_version() const override { return "survey 3.1"; }
 };
 
-// Everything a project keeps of a problem.
+// What a project keeps of a problem.
 struct Problem {
   std::vector<double> x, y, z;
   std::vector<gvk::Triangle> triangles;
-  std::vector<gravok_triangle_info> triangle_info;
-  std::vector<gravok_objective> objectives;
-  std::vector<gravok_line_3d> break_lines;
   std::map<GradingElementType, Elements> elements;
-  std::vector<double> max_slopes, min_slopes;
-  double max_slope = 0.33, min_slope = 0.005, epsilon = 0.0;
-  bool fix_boundary = true;
-  VolumeConstraint volume_constraint = Unconstrained;
-  mesh_metric metric = gvk::default_mesh_metric();
-  long long max_iteration_count = 100000;
+  double max_slope = 0.33;
 };
 
 class ProjectStore : public gvk::DataStore {
@@ -107,19 +85,14 @@ class ProjectStore : public gvk::DataStore {
   }
   void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
                    const std::vector<double>& z, const std::vector<gvk::Triangle>& t,
-                   const std::vector<gravok_triangle_info>& info) override {
+                   const std::vector<gravok_triangle_info>&) override {
     m_pending.x = x;
     m_pending.y = y;
     m_pending.z = z;
     m_pending.triangles = t;
-    m_pending.triangle_info = info;
   }
-  void set_break_lines(const std::vector<gravok_line_3d>& l) override {
-    m_pending.break_lines = l;
-  }
-  void set_objectives(const std::vector<gravok_objective>& o) override {
-    m_pending.objectives = o;
-  }
+  void set_break_lines(const std::vector<gravok_line_3d>&) override {}
+  void set_objectives(const std::vector<gravok_objective>&) override {}
   void set_low_points(const Elements& e) override { keep(LowPoint, e); }
   void set_bounded_points(const Elements& e) override { keep(BoundedPoint, e); }
   void set_offsets(const Elements& e) override { keep(Offset, e); }
@@ -130,39 +103,28 @@ class ProjectStore : public gvk::DataStore {
   void set_complex_elements(GradingElementType kind, const Elements& e) override {
     keep(kind, e);
   }
-  void set_fix_boundary(bool v) override { m_pending.fix_boundary = v; }
+  void set_fix_boundary(bool) override {}
   void set_max_slope(double v) override { m_pending.max_slope = v; }
-  void set_min_slope(double v) override { m_pending.min_slope = v; }
-  void set_volume_constraint(VolumeConstraint v) override {
-    m_pending.volume_constraint = v;
-  }
-  void set_max_slopes(const std::vector<double>& v) override { m_pending.max_slopes = v; }
-  void set_min_slopes(const std::vector<double>& v) override { m_pending.min_slopes = v; }
-  void set_mesh_metric(mesh_metric v) override { m_pending.metric = v; }
-  void set_max_iteration_count(long long v) override {
-    m_pending.max_iteration_count = v;
-  }
-  void set_epsilon(double v) override { m_pending.epsilon = v; }
+  void set_min_slope(double) override {}
+  void set_volume_constraint(VolumeConstraint) override {}
+  void set_max_slopes(const std::vector<double>&) override {}
+  void set_min_slopes(const std::vector<double>&) override {}
+  void set_mesh_metric(mesh_metric) override {}
+  void set_max_iteration_count(long long) override {}
+  void set_epsilon(double) override {}
 
   // As a source, a project answers what was committed, in its own origin.
   void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
                    std::vector<gvk::Triangle>& t,
-                   std::vector<gravok_triangle_info>& info) override {
+                   std::vector<gravok_triangle_info>&) override {
     x = m_committed.x;
     y = m_committed.y;
     z = m_committed.z;
     t = m_committed.triangles;
-    info = m_committed.triangle_info;
   }
-  void get_low_points(Elements& e) const override { answer(LowPoint, e); }
-  void get_bounded_points(Elements& e) const override { answer(BoundedPoint, e); }
-  void get_offsets(Elements& e) const override { answer(Offset, e); }
-  void get_drain_lines(Elements& e, Lists&, Lists&) const override {
-    answer(DrainLine, e);
-  }
-  void get_complex_elements(GradingElementType kind, Elements& e, Lists&, Lists&,
-                            ComplexElementData&) const override {
-    answer(kind, e);
+  void get_grading_elements(GradingElementType kind, Elements& e, Lists&, Lists&,
+                            ComplexElementData&) override {
+    e = m_committed.elements[kind];
   }
   double get_max_slope() const override { return m_committed.max_slope; }
   double get_xorig() const override { return m_x; }
@@ -171,28 +133,15 @@ class ProjectStore : public gvk::DataStore {
 
  private:
   void keep(GradingElementType kind, const Elements& e) { m_pending.elements[kind] = e; }
-  void answer(GradingElementType kind, Elements& e) const {
-    const auto found = m_committed.elements.find(kind);
-    if (found != m_committed.elements.end()) e = found->second;
-  }
 
   double m_x, m_y, m_z;
   mutable Problem m_pending;
   mutable Problem m_committed;
 };
 
-class SiteProvider : public gvk::DataSourceProvider {
- public:
-  bool canHandle(const std::string& location) const override {
-    return starts_with(location, kSitePrefix);
-  }
-  std::string description() const override {
-    return "survey sites in state-plane coordinates: site:<name>";
-  }
-  std::unique_ptr<gvk::DataSource> createDataSource(const std::string&) const override {
-    return std::make_unique<SurveySite>();
-  }
-};
+bool starts_with(const std::string& text, const std::string& prefix) {
+  return text.compare(0, prefix.size(), prefix) == 0;
+}
 
 // Reads "<x>,<y>,<z>" after the prefix; false unless exactly three numbers are there.
 bool parse_origin(const std::string& location, double& x, double& y, double& z) {
@@ -203,6 +152,17 @@ bool parse_origin(const std::string& location, double& x, double& y, double& z) 
   return in && comma1 == ',' && comma2 == ',' &&
          in.peek() == std::char_traits<char>::eof();
 }
+
+class SiteProvider : public gvk::DataSourceProvider {
+ public:
+  bool canHandle(const std::string& location) const override {
+    return starts_with(location, kSitePrefix);
+  }
+  std::string description() const override { return "survey sites: site:<name>"; }
+  std::unique_ptr<gvk::DataSource> createDataSource(const std::string&) const override {
+    return std::make_unique<SurveySite>();
+  }
+};
 
 class ProjectProvider : public gvk::DataStoreProvider {
  public:
@@ -225,8 +185,7 @@ class ProjectProvider : public gvk::DataStoreProvider {
 
 // Registers the plug-in's two providers; returns how many registrations succeeded.
 extern "C" GRAVOK_PLUGIN_EXPORT int gravok_site_plugin_register() {
-  int added = 0;
-  added +=
+  int added =
       gvk::registerDataSourceProvider(kSiteProvider, std::make_unique<SiteProvider>());
   added += gvk::registerDataStoreProvider(kProjectProvider,
                                           std::make_unique<ProjectProvider>());
@@ -237,8 +196,7 @@ extern "C" GRAVOK_PLUGIN_EXPORT int gravok_site_plugin_register() {
 // unloading the module, since the registries would otherwise destroy the providers
 // after their code is gone.
 extern "C" GRAVOK_PLUGIN_EXPORT int gravok_site_plugin_unregister() {
-  int removed = 0;
-  removed += gvk::unregisterDataSourceProvider(kSiteProvider);
+  int removed = gvk::unregisterDataSourceProvider(kSiteProvider);
   removed += gvk::unregisterDataStoreProvider(kProjectProvider);
   return removed;
 }
