@@ -67,29 +67,21 @@ inline void reindex_mesh(std::vector<double>& x, std::vector<double>& y,
 inline void remove_unused_vertices(std::vector<double>& x, std::vector<double>& y,
                                    std::vector<double>& z,
                                    std::vector<gvk::Triangle>& triangles) {
-  const std::size_t n = x.size();
-  std::vector<unsigned long long> table(n, 0);
-  std::size_t referenced = 0;
+  std::vector<unsigned long long> table(x.size(), 0);  // 1 for a referenced vertex
   for (const gvk::Triangle& triangle : triangles) {
-    for (unsigned long long k : triangle) {
-      if (table[k] == 0) {
-        table[k] = 1;
-        ++referenced;
-      }
-    }
+    for (unsigned long long k : triangle) table[k] = 1;
   }
   std::size_t j = 0;
-  for (std::size_t i = 0; i < n; ++i) {
-    if (table[i] != 0) {
-      x[j] = x[i];
-      y[j] = y[i];
-      z[j] = z[i];
-      table[i] = j++;
-    }
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    if (table[i] == 0) continue;
+    x[j] = x[i];
+    y[j] = y[i];
+    z[j] = z[i];
+    table[i] = j++;  // from here on, the vertex's new index
   }
-  x.resize(referenced);
-  y.resize(referenced);
-  z.resize(referenced);
+  x.resize(j);
+  y.resize(j);
+  z.resize(j);
   for (gvk::Triangle& triangle : triangles) {
     for (unsigned long long& k : triangle) k = table[k];
   }
