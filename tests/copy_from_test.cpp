@@ -60,35 +60,18 @@ void fill_site(Recorder& source) {
 
 // Every call of one transfer, in the order the transfer makes them.
 std::vector<std::string> transfer_calls() {
-  std::vector<std::string> calls = {"store.beginBulkOperation",
-                                    "source.get_objectives",
-                                    "store.set_objectives",
-                                    "source.get_max_slope",
-                                    "store.set_max_slope",
-                                    "source.get_min_slope",
-                                    "store.set_min_slope",
-                                    "source.get_volume_constraint",
-                                    "store.set_volume_constraint",
-                                    "source.get_max_slopes",
-                                    "store.set_max_slopes",
-                                    "source.get_min_slopes",
-                                    "store.set_min_slopes",
-                                    "source.fix_boundary",
-                                    "store.set_fix_boundary",
-                                    "source.get_epsilon",
-                                    "store.set_epsilon",
-                                    "source.get_max_iteration_count",
-                                    "store.set_max_iteration_count",
-                                    "source.get_mesh_metric",
-                                    "store.set_mesh_metric",
-                                    "source.get_eg_data",
-                                    "source.get_xorig",
-                                    "store.get_xorig",
-                                    "source.get_yorig",
-                                    "store.get_yorig",
-                                    "source.get_zorig",
-                                    "store.get_zorig",
-                                    "store.set_eg_data"};
+  std::vector<std::string> calls = {"store.beginBulkOperation"};
+  // Each setting: the source's getter, then the store's setter of the same stem.
+  for (const std::string getter :
+       {"get_objectives", "get_max_slope", "get_min_slope", "get_volume_constraint",
+        "get_max_slopes", "get_min_slopes", "fix_boundary", "get_epsilon",
+        "get_max_iteration_count", "get_mesh_metric"}) {
+    calls.push_back("source." + getter);
+    calls.push_back("store.set_" + getter.substr(getter.rfind("get_", 0) == 0 ? 4 : 0));
+  }
+  calls.insert(calls.end(), {"source.get_eg_data", "source.get_xorig", "store.get_xorig",
+                             "source.get_yorig", "store.get_yorig", "source.get_zorig",
+                             "store.get_zorig", "store.set_eg_data"});
   // Each kind in catalogue order: the source's getter (reached through the offset
   // wrapper), the store's dispatch, and the setter it reaches (none for Unclassified).
   const std::pair<GradingElementType, std::string> kinds[] = {

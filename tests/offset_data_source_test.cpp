@@ -25,19 +25,17 @@ gravok_grading_element record_123456() {
   return e;
 }
 
-// A source at origin (100, 200, 300) with the vertex (1, 2, 3) and the break line from
-// (1, 2, 3) to (4, 5, 6), seen through a wrapper with the offsets (10, 20, 30).
+// A source at origin (100, 200, 300) with the vertex (1, 2, 3), the break line from
+// (1, 2, 3) to (4, 5, 6), and for every kind the record {1, 2, 3, 4, 5, 6} with the
+// coordinate lists {{1, 2}}, seen through a wrapper with the offsets (10, 20, 30).
 struct Site {
-  Site() {
+  explicit Site(GradingElementType kind = LowPoint) {
     source.x = {1};
     source.y = {2};
     source.z = {3};
     source.triangles = {{0, 0, 0}};
     source.triangle_info = {gravok_triangle_info{{9}}};
     source.break_lines = {{1, 2, 3, 4, 5, 6}};
-  }
-  // Gives `kind` the record {1, 2, 3, 4, 5, 6} and the coordinate lists {{1, 2}}.
-  void give(GradingElementType kind) {
     source.elements[kind] = {record_123456()};
     source.lists[kind] = {{1, 2}};
   }
@@ -47,18 +45,21 @@ struct Site {
   gvk::OffsetDataSource shifted{source, 10, 20, 30};
 };
 
-TEST(OffsetDataSource, MovesTheMeshBreakLinesAndOriginByTheOffsetOfEachAxis) {
+TEST(OffsetDataSource, MovesEveryMeshEntryAndTheOriginByTheOffsetOfTheirAxis) {
   Site site;
   EXPECT_EQ(site.shifted.get_xorig(), 90);
   EXPECT_EQ(site.shifted.get_yorig(), 180);
   EXPECT_EQ(site.shifted.get_zorig(), 270);
-  std::vector<double> x, y, z;
+  const gvk::OffsetDataSource copy(site.shifted);  // same source, same offsets
+  EXPECT_EQ(copy.get_zorig(), 270);
+  // Entries the caller put there before move too; triangles and their records do not.
+  std::vector<double> x{5}, y{5}, z{5};
   std::vector<gvk::Triangle> triangles;
   std::vector<gravok_triangle_info> info;
   site.shifted.get_eg_data(x, y, z, triangles, info);
-  EXPECT_EQ(x, std::vector<double>{11});
-  EXPECT_EQ(y, std::vector<double>{22});
-  EXPECT_EQ(z, std::vector<double>{33});
+  EXPECT_EQ(x, (std::vector<double>{15, 11}));
+  EXPECT_EQ(y, (std::vector<double>{25, 22}));
+  EXPECT_EQ(z, (std::vector<double>{35, 33}));
   EXPECT_EQ(triangles, site.source.triangles);
   ASSERT_EQ(info.size(), 1u);
   EXPECT_EQ(info[0].data[0], 9);
@@ -68,11 +69,13 @@ TEST(OffsetDataSource, MovesTheMeshBreakLinesAndOriginByTheOffsetOfEachAxis) {
   const gravok_line_3d& l = lines[0];
   EXPECT_EQ(std::vector<double>({l.x1, l.y1, l.z1, l.x2, l.y2, l.z2}),
             (std::vector<double>{11, 22, 33, 14, 25, 36}));
-  const gvk::OffsetDataSource copy(site.shifted);  // same source, same offsets
-  EXPECT_EQ(copy.get_zorig(), 270);
+  // An exception of the source leaves the containers as the source left them.
+  site.log.throw_at = "source.get_eg_data";
+  EXPECT_THROW(site.shifted.get_eg_data(x, y, z, triangles, info), std::runtime_error);
+  EXPECT_EQ(x, (std::vector<double>{15, 11}));
 }
 
-TEST(OffsetDataSource, ShiftsExactlyTheCoordinatesOfEachKind) {
+TEST(OffsetDataSource, ShiftsExactlyTheCoordinatesOfEachKindAndTheCallersEntries) {
   const std::vector<double> unchanged{1, 2, 3, 4, 5, 6};
   struct Case {
     GradingElementType kind;
@@ -94,45 +97,23 @@ TEST(OffsetDataSource, ShiftsExactlyTheCoordinatesOfEachKind) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.kind);
-    Site site;
-    site.give(c.kind);
-    Elements e;
-    Lists xs, ys;
+    Site site(c.kind);
+    Elements e{record_123456()};  // the caller's entries come first
+    Lists xs{{0}}, ys{{0}};
     gvk::DataSource::ComplexElementData complex_data;
     site.shifted.get_grading_elements(c.kind, e, xs, ys, complex_data);
-    ASSERT_EQ(e.size(), 1u);
-    EXPECT_EQ(std::vector<double>(e[0].location, e[0].location + 6), c.location);
-    EXPECT_EQ(e[0].trailer[0], 0xCD);
-    EXPECT_EQ(xs, (c.has_lists ? Lists{{11, 12}} : Lists{}));
-    EXPECT_EQ(ys, (c.has_lists ? Lists{{21, 22}} : Lists{}));
+    ASSERT_EQ(e.size(), 2u);
+    for (const gravok_grading_element& record : e) {
+      EXPECT_EQ(std::vector<double>(record.location, record.location + 6), c.location);
+      EXPECT_EQ(record.trailer[0], 0xCD);
+    }
+    EXPECT_EQ(xs, (c.has_lists ? Lists{{10}, {11, 12}} : Lists{{0}}));
+    EXPECT_EQ(ys, (c.has_lists ? Lists{{20}, {21, 22}} : Lists{{0}}));
     // Complex data passes through untouched, with the kind the caller asked for.
     if (c.kind > Unclassified) {
       EXPECT_EQ(complex_data.int_lists, std::vector<std::vector<std::int32_t>>{{c.kind}});
     }
   }
-}
-
-TEST(OffsetDataSource, ShiftsEntriesTheCallerPutThereBeforeButNotAfterAnException) {
-  Site site;
-  site.give(LowPoint);
-  site.give(BendLine);
-  std::vector<double> x{5}, y{5}, z{5};
-  std::vector<gvk::Triangle> triangles;
-  std::vector<gravok_triangle_info> info;
-  site.shifted.get_eg_data(x, y, z, triangles, info);
-  EXPECT_EQ(x, (std::vector<double>{15, 11}));
-  Elements e{record_123456()};
-  site.shifted.get_low_points(e);
-  EXPECT_EQ(e[0].location[0], 11);
-  EXPECT_EQ(e[1].location[0], 11);
-  Lists xs{{0}}, ys{{0}};
-  site.shifted.get_bend_lines(e, xs, ys);
-  EXPECT_EQ(xs, (Lists{{10}, {11, 12}}));
-  EXPECT_EQ(ys, (Lists{{20}, {21, 22}}));
-
-  site.log.throw_at = "source.get_eg_data";
-  EXPECT_THROW(site.shifted.get_eg_data(x, y, z, triangles, info), std::runtime_error);
-  EXPECT_EQ(x, (std::vector<double>{15, 11}));
 }
 
 TEST(OffsetDataSource, AsksTheSourceExactlyWhereItForwards) {

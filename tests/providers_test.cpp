@@ -25,15 +25,10 @@ struct Probe {
   CallLog log;  // of the objects they create
 } probe;
 
-bool ends_with(const std::string& text, const std::string& end) {
-  return text.size() >= end.size() &&
-         text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-// A provider whose name says how it answers: "...declines" refuses every location,
-// "...fails" accepts and creates nothing, "...throws" throws from canHandle; any other
-// accepts and creates a recorder whose role is the name. Its description is its name;
-// `who` names it in probe.destroyed.
+// A provider whose name says how it answers: one whose name holds "declines" refuses
+// every location, "fails" accepts and creates nothing, "throws" throws from canHandle;
+// any other accepts and creates a recorder whose role is its name. Its description is its
+// name; `who` names it in probe.destroyed.
 template <class Base>
 class ProbeProvider : public Base {
  public:
@@ -43,8 +38,8 @@ class ProbeProvider : public Base {
 
   bool canHandle(const std::string& location) const override {
     probe.calls.push_back(m_name + ".canHandle(" + location + ")");
-    if (ends_with(m_name, "throws")) throw std::runtime_error("unreachable server");
-    return !ends_with(m_name, "declines");
+    if (has("throws")) throw std::runtime_error("unreachable server");
+    return !has("declines");
   }
   std::string description() const override { return m_name; }
 
@@ -52,11 +47,13 @@ class ProbeProvider : public Base {
   std::unique_ptr<Recorder> make(const std::string& call,
                                  const std::string& location) const {
     probe.calls.push_back(m_name + "." + call + "(" + location + ")");
-    if (ends_with(m_name, "fails")) return nullptr;
+    if (has("fails")) return nullptr;
     return std::make_unique<Recorder>(probe.log, m_name);
   }
 
  private:
+  bool has(const char* word) const { return m_name.find(word) != std::string::npos; }
+
   std::string m_name;
   std::string m_who;
 };
@@ -201,19 +198,11 @@ TEST_F(Registry, CreatesThroughTheFirstAcceptingProviderThatProducesAnObject) {
 
 // Writes the running count of destructions, so the last thing a process writes tells
 // how many providers were destroyed.
-class UnloadProbe : public gvk::DataStoreProvider {
- public:
-  ~UnloadProbe() override { std::fprintf(stderr, "[destroyed %d]", ++s_count); }
-  bool canHandle(const std::string&) const override { return false; }
-  std::string description() const override { return "unload probe"; }
-  std::unique_ptr<gvk::DataStore> createDataStore(const std::string&) const override {
-    return nullptr;
-  }
-
- private:
-  static int s_count;
+struct UnloadProbe : StoreProvider {
+  UnloadProbe() : StoreProvider("unload probe", "") {}
+  ~UnloadProbe() override { std::fprintf(stderr, "[destroyed %d]", ++count); }
+  static inline int count = 0;
 };
-int UnloadProbe::s_count = 0;
 
 void register_and_exit() {
   gvk::registerDataStoreProvider("store", std::make_unique<UnloadProbe>());
