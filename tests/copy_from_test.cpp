@@ -11,8 +11,8 @@
 #include <cstring>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -130,16 +130,12 @@ std::string settings(gvk::DataSource& source) {
   source.get_objectives(objectives);
   source.get_max_slopes(max_slopes);
   source.get_min_slopes(min_slopes);
-  const mesh_metric metric = source.get_mesh_metric();
-  std::ostringstream out;
-  out.precision(17);
-  out << testing::PrintToString(objectives) << source.get_max_slope() << ' '
-      << source.get_min_slope() << ' ' << source.get_volume_constraint()
-      << testing::PrintToString(max_slopes) << testing::PrintToString(min_slopes)
-      << source.fix_boundary() << ' ' << source.get_epsilon() << ' '
-      << source.get_max_iteration_count() << ' ' << metric.kind << ' ' << metric.value
-      << metric.flag_a << metric.flag_b;
-  return out.str();
+  const mesh_metric m = source.get_mesh_metric();
+  return testing::PrintToString(std::make_tuple(
+      objectives, source.get_max_slope(), source.get_min_slope(),
+      source.get_volume_constraint(), max_slopes, min_slopes, source.fix_boundary(),
+      source.get_epsilon(), source.get_max_iteration_count(), m.kind, m.value, m.flag_a,
+      m.flag_b));
 }
 
 TEST(CopyFrom, HandsEachSettingToTheSetterOfItsStem) {

@@ -200,19 +200,14 @@ class Recorder : public gvk::DataStore {
   static void append(std::vector<T>& out, const std::vector<T>& in) {
     out.insert(out.end(), in.begin(), in.end());
   }
-  template <class T>
-  static T find(const std::map<GradingElementType, T>& map, GradingElementType kind) {
-    const auto found = map.find(kind);
-    return found == map.end() ? T{} : found->second;
-  }
   void deliver(const std::string& getter, GradingElementType kind, Elements& e,
                Lists* xs = nullptr, Lists* ys = nullptr) const {
     log(getter);
     filled_on_arrival |= !e.empty() || (xs && !xs->empty()) || (ys && !ys->empty());
-    append(e, find(elements, kind));
-    if (!xs) return;
-    append(*xs, find(lists, kind));
-    append(*ys, find(lists, kind));
+    if (elements.count(kind)) append(e, elements.at(kind));
+    if (!xs || !lists.count(kind)) return;
+    append(*xs, lists.at(kind));
+    append(*ys, lists.at(kind));
   }
   void keep(const std::string& setter, GradingElementType kind, const Elements& in) {
     log(setter);

@@ -14,35 +14,37 @@ namespace {
 using gvk_test::CallLog;
 using gvk_test::Origin;
 using gvk_test::Recorder;
-using gvk_test::SharedModule;
 
 // Loads the plug-in and registers its providers; unregisters them before the module
 // is closed, also when a test stops early, so no provider outlives its code.
 class LoadedPlugin {
  public:
-  LoadedPlugin() : module(GRAVOK_SITE_PLUGIN) {
-    m_unregister = module.function("gravok_site_plugin_unregister");
-    const SharedModule::Function add = module.function("gravok_site_plugin_register");
+  LoadedPlugin() : module(gvk_test::open_module(GRAVOK_SITE_PLUGIN, error)) {
+    if (!module) return;
+    m_unregister = gvk_test::module_function(module, "gravok_site_plugin_unregister");
+    const auto add = gvk_test::module_function(module, "gravok_site_plugin_register");
     if (add && m_unregister) registered = add();
   }
   ~LoadedPlugin() {
     if (registered) m_unregister();
+    if (module) gvk_test::close_module(module);
   }
   int unregister() {
     registered = 0;
     return m_unregister();
   }
 
-  SharedModule module;
+  std::string error;
+  void* module;
   int registered = 0;
 
  private:
-  SharedModule::Function m_unregister = nullptr;
+  gvk_test::ModuleFunction m_unregister = nullptr;
 };
 
 TEST(SitePlugin, MovesASiteIntoALocalOriginThroughProvidersLoadedAtRunTime) {
   LoadedPlugin plugin;
-  ASSERT_TRUE(plugin.module.is_open()) << plugin.module.error();
+  ASSERT_NE(plugin.module, nullptr) << plugin.error;
   ASSERT_EQ(plugin.registered, 2);
   const std::vector<const gvk::DataSourceProvider*> providers =
       gvk::dataSourceProviders();

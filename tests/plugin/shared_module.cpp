@@ -12,45 +12,39 @@ namespace gvk_test {
 
 #if defined(_WIN32)
 
-SharedModule::SharedModule(const std::string& path) {
-  m_handle = static_cast<void*>(LoadLibraryA(path.c_str()));
-  if (!m_handle)
-    m_error = "LoadLibrary failed with error " + std::to_string(GetLastError());
+void* open_module(const std::string& path, std::string& error) {
+  void* module = static_cast<void*>(LoadLibraryA(path.c_str()));
+  if (!module) error = "LoadLibrary failed with error " + std::to_string(GetLastError());
+  return module;
 }
 
-SharedModule::~SharedModule() {
-  if (m_handle) FreeLibrary(static_cast<HMODULE>(m_handle));
+ModuleFunction module_function(void* module, const char* name) {
+  return reinterpret_cast<ModuleFunction>(
+      GetProcAddress(static_cast<HMODULE>(module), name));
 }
 
-SharedModule::Function SharedModule::function(const char* name) const {
-  if (!m_handle) return nullptr;
-  return reinterpret_cast<Function>(GetProcAddress(static_cast<HMODULE>(m_handle), name));
-}
+void close_module(void* module) { FreeLibrary(static_cast<HMODULE>(module)); }
 
 #else
 
-SharedModule::SharedModule(const std::string& path) {
-  m_handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (!m_handle) {
-    const char* message = dlerror();
-    m_error = message ? message : "dlopen failed";
-  }
+void* open_module(const std::string& path, std::string& error) {
+  void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  const char* message = module ? nullptr : dlerror();
+  if (!module) error = message ? message : "dlopen failed";
+  return module;
 }
 
-SharedModule::~SharedModule() {
-  if (m_handle) dlclose(m_handle);
-}
-
-SharedModule::Function SharedModule::function(const char* name) const {
-  if (!m_handle) return nullptr;
-  void* address = dlsym(m_handle, name);
+ModuleFunction module_function(void* module, const char* name) {
+  void* address = dlsym(module, name);
   // An object pointer becomes a function pointer only by copying its bytes; POSIX
   // guarantees the two have the same representation.
-  Function f = nullptr;
+  ModuleFunction f = nullptr;
   static_assert(sizeof f == sizeof address, "function and object pointers differ");
   std::memcpy(&f, &address, sizeof f);
   return f;
 }
+
+void close_module(void* module) { dlclose(module); }
 
 #endif
 

@@ -1,4 +1,4 @@
-// Loads a shared module at run time and looks up its C functions, as a host loads its
+// Loads shared modules at run time and looks up their C functions, as a host loads its
 // plug-ins: dlopen on POSIX systems, LoadLibrary on Windows. This is the tests' only
 // platform code.
 #ifndef GRAVOK_TESTS_SHARED_MODULE_H
@@ -8,28 +8,16 @@
 
 namespace gvk_test {
 
-class SharedModule {
- public:
-  // A C function without arguments that returns an int.
-  using Function = int (*)();
+// A C function without arguments that returns an int.
+using ModuleFunction = int (*)();
 
-  // Opens the module at `path`; is_open() tells whether that worked.
-  explicit SharedModule(const std::string& path);
-  // Closes the module. Objects and providers made by its code must be gone by then.
-  ~SharedModule();
-  SharedModule(const SharedModule&) = delete;
-  SharedModule& operator=(const SharedModule&) = delete;
-
-  bool is_open() const { return m_handle != nullptr; }
-  // The platform's message for the last failure to open, or "".
-  const std::string& error() const { return m_error; }
-  // The exported C function `name`, or nullptr when the module lacks it.
-  Function function(const char* name) const;
-
- private:
-  void* m_handle = nullptr;
-  std::string m_error;
-};
+// Opens the module at `path`: its handle, or nullptr with the platform's message in
+// `error`.
+void* open_module(const std::string& path, std::string& error);
+// The exported C function `name` of an open module, or nullptr when it lacks it.
+ModuleFunction module_function(void* module, const char* name);
+// Closes an open module. Objects and providers made by its code must be gone by then.
+void close_module(void* module);
 
 }  // namespace gvk_test
 

@@ -8,8 +8,8 @@
 
 #include "../recording_store.h"
 
+#include <cstdio>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #if defined(_WIN32)
@@ -20,8 +20,6 @@
 
 namespace {
 
-constexpr const char* kSitePrefix = "site:";
-constexpr const char* kProjectPrefix = "local-origin:";
 constexpr const char* kSiteProvider = "site-plugin survey sites";
 constexpr const char* kProjectProvider = "site-plugin projects";
 
@@ -66,24 +64,18 @@ class ProjectStore : public Recorder {
   }
 };
 
-bool starts_with(const std::string& text, const std::string& prefix) {
-  return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-// Reads "<x>,<y>,<z>" after the prefix; false unless exactly three numbers are there.
-bool parse_origin(const std::string& location, double& x, double& y, double& z) {
-  if (!starts_with(location, kProjectPrefix)) return false;
-  std::istringstream in(location.substr(std::string(kProjectPrefix).size()));
-  char comma1 = 0, comma2 = 0;
-  in >> x >> comma1 >> y >> comma2 >> z;
-  return in && comma1 == ',' && comma2 == ',' &&
-         in.peek() == std::char_traits<char>::eof();
+// Reads "local-origin:<x>,<y>,<z>"; false unless exactly three numbers follow.
+bool parse_origin(const std::string& location, gvk_test::Origin& at) {
+  int end = 0;
+  return std::sscanf(location.c_str(), "local-origin:%lf,%lf,%lf%n", &at.x, &at.y, &at.z,
+                     &end) == 3 &&
+         end == static_cast<int>(location.size());
 }
 
 class SiteProvider : public gvk::DataSourceProvider {
  public:
   bool canHandle(const std::string& location) const override {
-    return starts_with(location, kSitePrefix);
+    return location.rfind("site:", 0) == 0;
   }
   std::string description() const override { return "survey sites: site:<name>"; }
   std::unique_ptr<gvk::DataSource> createDataSource(const std::string&) const override {
@@ -94,17 +86,17 @@ class SiteProvider : public gvk::DataSourceProvider {
 class ProjectProvider : public gvk::DataStoreProvider {
  public:
   bool canHandle(const std::string& location) const override {
-    double x, y, z;
-    return parse_origin(location, x, y, z);
+    gvk_test::Origin at;
+    return parse_origin(location, at);
   }
   std::string description() const override {
     return "projects with a local origin: local-origin:<x>,<y>,<z>";
   }
   std::unique_ptr<gvk::DataStore> createDataStore(
       const std::string& location) const override {
-    double x = 0, y = 0, z = 0;
-    if (!parse_origin(location, x, y, z)) return nullptr;
-    return std::make_unique<ProjectStore>(gvk_test::Origin{x, y, z});
+    gvk_test::Origin at;
+    if (!parse_origin(location, at)) return nullptr;
+    return std::make_unique<ProjectStore>(at);
   }
 };
 
