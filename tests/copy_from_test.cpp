@@ -20,15 +20,8 @@ namespace {
 using gvk_test::CallLog;
 using gvk_test::Elements;
 using gvk_test::Origin;
+using gvk_test::record;
 using gvk_test::Recorder;
-
-gravok_grading_element element(const std::array<double, 6>& location) {
-  gravok_grading_element e;
-  gvk::initge(e);
-  std::copy(location.begin(), location.end(), e.location);
-  e.trailer[119] = 0x5A;
-  return e;
-}
 
 template <class T>
 bool same_bytes(const std::vector<T>& a, const std::vector<T>& b) {
@@ -49,12 +42,12 @@ void fill_site(Recorder& source) {
   source.z = {101.234, 99.876, 100.5};
   source.triangles = {{0, 1, 2}};
   source.triangle_info = {gravok_triangle_info{{42}}};
-  source.elements[LowPoint] = {element({2000200.125, 500500.375, 7, 8, 9, 10})};
+  source.elements[LowPoint] = {record({2000200.125, 500500.375, 7, 8, 9, 10})};
   source.elements[BoundedPoint] = {
-      element({2000210.5, 500510.25, 0.75, 101.5, 102.25, 4})};
+      record({2000210.5, 500510.25, 0.75, 101.5, 102.25, 4})};
   source.elements[Offset] = {
-      element({1.5, 2000220.001, 500520.002, 2.5, 2000230.003, 500530.004})};
-  source.elements[DrainLine] = {element({2000240.007, 500540.009, 100.1, 5, 6, 7})};
+      record({1.5, 2000220.001, 500520.002, 2.5, 2000230.003, 500530.004})};
+  source.elements[DrainLine] = {record({2000240.007, 500540.009, 100.1, 5, 6, 7})};
   source.lists[DrainLine] = {{2000240.007, 2000250.011}};
 }
 
@@ -102,11 +95,10 @@ TEST(CopyFrom, MakesExactlyTheStepsOfTheTransferInOrder) {
   // every complex kind.
   EXPECT_FALSE(source.filled_on_arrival);
   EXPECT_EQ(source.complex_holder_sizes, (std::vector<std::size_t>{0, 1, 2, 3, 4}));
-  EXPECT_EQ(std::count_if(log.calls.begin(), log.calls.end(),
-                          [](const std::string& call) {
-                            return call.rfind("store.set_grading_elements", 0) == 0;
-                          }),
-            13);
+  const auto dispatch = [](const std::string& call) {
+    return call.rfind("store.set_grading_elements", 0) == 0;
+  };
+  EXPECT_EQ(std::count_if(log.calls.begin(), log.calls.end(), dispatch), 13);
 }
 
 TEST(CopyFrom, AnExceptionAnywhereStopsTheTransferWithTheBracketOpen) {

@@ -8,6 +8,8 @@
 
 #include <gravok/data_store.h>
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -33,6 +35,13 @@ struct CallLog {
     if (call == throw_at) throw std::runtime_error(call);
   }
 };
+
+// A record whose location is `location` and whose other bytes are all zero.
+inline gravok_grading_element record(const std::array<double, 6>& location) {
+  gravok_grading_element e{};
+  std::copy(location.begin(), location.end(), e.location);
+  return e;
+}
 
 struct Origin {
   double x = 0.0, y = 0.0, z = 0.0;

@@ -23,17 +23,10 @@ namespace {
 constexpr const char* kSiteProvider = "site-plugin survey sites";
 constexpr const char* kProjectProvider = "site-plugin projects";
 
+using gvk_test::record;
 using gvk_test::Recorder;
 
 gvk_test::CallLog g_calls;  // of every site and project, in order
-
-gravok_grading_element record(double x, double y) {
-  gravok_grading_element element;
-  gvk::initge(element);
-  element.location[0] = x;
-  element.location[1] = y;
-  return element;
-}
 
 // A surveyed site: four ground points, a low point, a drain line and a pond, in
 // absolute state-plane coordinates (origin zero).
@@ -45,10 +38,10 @@ class SurveySite : public Recorder {
     z = {101.25, 100.75, 99.5, 100.125};
     triangles = {{0, 1, 2}, {0, 2, 3}};
     triangle_info.assign(2, gravok_triangle_info{});
-    elements[LowPoint] = {record(2000150.111, 500100.222)};
-    elements[DrainLine] = {record(1, 2)};
+    elements[LowPoint] = {record({2000150.111, 500100.222, 0, 0, 0, 0})};
+    elements[DrainLine] = {record({1, 2, 3, 4, 5, 6})};
     lists[DrainLine] = {{2000110.0, 2000190.0}};
-    elements[Pond] = {record(0, 0)};
+    elements[Pond] = {record({0, 0, 0, 0, 0, 0})};
     max_slope = 0.25;
   }
 };
