@@ -168,33 +168,19 @@ void expect_moved(const Recorder& store, const Recorder& source,
   }
 }
 
-TEST(CopyFrom, MovesStatePlaneCoordinatesIntoALocalOriginAndBackBitForBit) {
-  CallLog log;
-  Recorder site(log, "source");
-  fill_site(site);
-  const Origin local{2000150.0, 500075.0, 95.0};
-  Recorder project(log, "store", local);
-  project.copyFrom(site);
-  expect_moved(project, site, {0.0 - local.x, 0.0 - local.y, 0.0 - local.z});
-  EXPECT_NEAR(project.x[0], -26.543, 1e-9);
-
-  Recorder absolute(log, "store");
-  absolute.copyFrom(project);
-  expect_moved(absolute, project, {local.x, local.y, local.z});
-}
-
-TEST(CopyFrom, AddsTheSourceOriginAfterItsMeshLessTheStoreOrigin) {
+TEST(CopyFrom, AddsTheOriginDifferenceBitForBitIntoTheStoreAndBack) {
   struct Case {
     Origin source, store;
-    std::optional<Origin> after_mesh;
+    std::optional<Origin> after_mesh;  // the source's origin once its mesh is read
   };
   const Case cases[] = {
+      {{0, 0, 0}, {2000150.0, 500075.0, 95.0}, {}},  // state-plane site, local project
       {{0, 0, 0}, {0, 0, 0}, {}},  // equal origins: everything arrives unchanged
       {{1000, 2000, 10}, {0, 0, 0}, {}},
       {{2000000.5, 499999.25, 12.125}, {1999000, 501000, 100}, {}},
       {{-3.75, 1e6, -0.001}, {-3.75, 1e6, -0.001}, {}},
-      {{1, 1, 1}, {100, 100, 1}, Origin{300, 400, 5}},  // set while the mesh is read
-      {{std::nan(""), 0, 0}, {0, HUGE_VAL, 0}, {}},     // non-finite origins flow through
+      {{1, 1, 1}, {100, 100, 1}, Origin{300, 400, 5}},
+      {{std::nan(""), 0, 0}, {0, HUGE_VAL, 0}, {}},  // non-finite origins flow through
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "case " << &c - cases);
@@ -206,6 +192,10 @@ TEST(CopyFrom, AddsTheSourceOriginAfterItsMeshLessTheStoreOrigin) {
     store.copyFrom(source);
     const Origin o = c.after_mesh.value_or(c.source);
     expect_moved(store, source, {o.x - c.store.x, o.y - c.store.y, o.z - c.store.z});
+
+    Recorder back(log, "store", o);
+    back.copyFrom(store);
+    expect_moved(back, store, {c.store.x - o.x, c.store.y - o.y, c.store.z - o.z});
   }
 }
 
