@@ -47,9 +47,13 @@ struct Origin {
   double x = 0.0, y = 0.0, z = 0.0;
 };
 
-// Operations that log their call, then answer or keep one member.
+// Operations that log their call, then answer, append or keep one member.
 #define GRAVOK_TEST_GET(type, getter, answer) \
   type getter() const override { return logged(#getter, answer); }
+#define GRAVOK_TEST_GET_LIST(getter, type, member, qualifier) \
+  void getter(std::vector<type>& out) qualifier override {    \
+    append(out, logged(#getter, member));                     \
+  }
 #define GRAVOK_TEST_SET(setter, type, member) \
   void setter(type in) override { member = logged(#setter, in); }
 #define GRAVOK_TEST_ELEMENTS(getter, setter, kind)                       \
@@ -113,12 +117,8 @@ class Recorder : public gvk::DataStore {
     append(info_out, triangle_info);
     if (origin_after_mesh) origin = *origin_after_mesh;
   }
-  void get_objectives(std::vector<gravok_objective>& out) override {
-    append(out, logged("get_objectives", objectives));
-  }
-  void get_break_lines(std::vector<gravok_line_3d>& out) const override {
-    append(out, logged("get_break_lines", break_lines));
-  }
+  GRAVOK_TEST_GET_LIST(get_objectives, gravok_objective, objectives, )
+  GRAVOK_TEST_GET_LIST(get_break_lines, gravok_line_3d, break_lines, const)
   void get_grading_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
                             ComplexElementData& complex_data) override {
     log("get_grading_elements");
@@ -133,12 +133,8 @@ class Recorder : public gvk::DataStore {
     complex_data.int_lists.push_back({kind});
     deliver("get_complex_elements(" + std::to_string(kind) + ")", kind, e, &xs, &ys);
   }
-  void get_max_slopes(std::vector<double>& out) const override {
-    append(out, logged("get_max_slopes", max_slopes));
-  }
-  void get_min_slopes(std::vector<double>& out) const override {
-    append(out, logged("get_min_slopes", min_slopes));
-  }
+  GRAVOK_TEST_GET_LIST(get_max_slopes, double, max_slopes, const)
+  GRAVOK_TEST_GET_LIST(get_min_slopes, double, min_slopes, const)
   GRAVOK_TEST_GET(bool, fix_boundary, fixed_boundary)
   GRAVOK_TEST_GET(double, get_max_slope, max_slope)
   GRAVOK_TEST_GET(double, get_min_slope, min_slope)
@@ -228,6 +224,7 @@ class Recorder : public gvk::DataStore {
 };
 
 #undef GRAVOK_TEST_GET
+#undef GRAVOK_TEST_GET_LIST
 #undef GRAVOK_TEST_SET
 #undef GRAVOK_TEST_ELEMENTS
 #undef GRAVOK_TEST_ELEMENT_LISTS
