@@ -1,7 +1,7 @@
-// Test double shared by the store, transfer, offset-source and registry tests: a store,
-// and so also a source, that logs every call made on it as "<role>.<operation>" into a
-// call log that several doubles share, keeps what its setters receive and answers it
-// back from its getters. Every answer starts different from DataSource's default, so a
+// Test double shared by the store, transfer, offset-source, registry and plug-in tests:
+// a store, and so also a source, that logs every call made on it as "<role>.<operation>"
+// into a call log that several doubles share, keeps what its setters receive and answers
+// it back from its getters. Every answer starts different from DataSource's default, so a
 // call that reaches the base class instead of the double shows.
 #ifndef GRAVOK_TESTS_RECORDING_STORE_H
 #define GRAVOK_TESTS_RECORDING_STORE_H
