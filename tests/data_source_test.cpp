@@ -190,48 +190,44 @@ TEST(GradingElementDispatch, RoutesEveryKindToItsGetter) {
   }
 }
 
-TEST(ComputeOrigin, CentresTheBoundingBox) {
-  std::vector<double> x{10, 20}, y{5, 7}, z{100, 104};
-  double xo = 0, yo = 0, zo = 0;
-  gvk::DataSource::ComputeOrigin(x, y, z, xo, yo, zo);
-  EXPECT_EQ(xo, 15);
-  EXPECT_EQ(yo, 6);
-  EXPECT_EQ(zo, 102);
-  EXPECT_EQ(x, (std::vector<double>{-5, 5}));
-  EXPECT_EQ(y, (std::vector<double>{-1, 1}));
-  EXPECT_EQ(z, (std::vector<double>{-2, 2}));
-}
-
-TEST(ComputeOrigin, SinglePointBecomesTheOrigin) {
-  std::vector<double> x{3}, y{4}, z{5};
-  double xo = 0, yo = 0, zo = 0;
-  gvk::DataSource::ComputeOrigin(x, y, z, xo, yo, zo);
-  EXPECT_EQ(xo, 3);
-  EXPECT_EQ(yo, 4);
-  EXPECT_EQ(zo, 5);
-  EXPECT_EQ(x[0], 0);
-  EXPECT_EQ(y[0], 0);
-  EXPECT_EQ(z[0], 0);
+TEST(ComputeOrigin, CentresTheBoundingBoxAndMovesThePointsOnly) {
+  struct Case {
+    std::vector<double> x, y, z;
+    double origin[3];
+    std::vector<double> x_after, y_after, z_after;
+  };
+  const Case cases[] = {
+      {{10, 20}, {5, 7}, {100, 104}, {15, 6, 102}, {-5, 5}, {-1, 1}, {-2, 2}},
+      {{3}, {4}, {5}, {3, 4, 5}, {0}, {0}, {0}},
+      // y and z beyond the length of x are neither measured nor moved.
+      {{1, 3},
+       {1, 3, 1000},
+       {0, 2, -1000},
+       {2, 2, 1},
+       {-1, 1},
+       {-1, 1, 1000},
+       {-1, 1, -1000}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.x));
+    std::vector<double> x = c.x, y = c.y, z = c.z;
+    double origin[3] = {0, 0, 0};
+    gvk::DataSource::ComputeOrigin(x, y, z, origin[0], origin[1], origin[2]);
+    EXPECT_EQ(origin[0], c.origin[0]);
+    EXPECT_EQ(origin[1], c.origin[1]);
+    EXPECT_EQ(origin[2], c.origin[2]);
+    EXPECT_EQ(x, c.x_after);
+    EXPECT_EQ(y, c.y_after);
+    EXPECT_EQ(z, c.z_after);
+  }
 }
 
 TEST(ComputeOrigin, EmptyArraysGiveNanOrigin) {
   std::vector<double> x, y, z;
   double xo = 0, yo = 0, zo = 0;
   gvk::DataSource::ComputeOrigin(x, y, z, xo, yo, zo);
-  EXPECT_TRUE(std::isnan(xo));
-  EXPECT_TRUE(std::isnan(yo));
-  EXPECT_TRUE(std::isnan(zo));
+  EXPECT_TRUE(std::isnan(xo) && std::isnan(yo) && std::isnan(zo));
   EXPECT_TRUE(x.empty() && y.empty() && z.empty());
-}
-
-TEST(ComputeOrigin, EntriesBeyondXAreNeitherMeasuredNorMoved) {
-  std::vector<double> x{1, 3}, y{1, 3, 1000}, z{0, 2, -1000};
-  double xo = 0, yo = 0, zo = 0;
-  gvk::DataSource::ComputeOrigin(x, y, z, xo, yo, zo);
-  EXPECT_EQ(yo, 2);
-  EXPECT_EQ(zo, 1);
-  EXPECT_EQ(y, (std::vector<double>{-1, 1, 1000}));
-  EXPECT_EQ(z, (std::vector<double>{-1, 1, -1000}));
 }
 
 TEST(ComputeOrigin, StatePlaneValuesComeBackThroughTheOrigin) {

@@ -35,24 +35,4 @@ TEST(ElementRecord, InitgeClearsEveryByte) {
   for (double slot : element.location) EXPECT_EQ(slot, 0.0);
 }
 
-TEST(ElementKind, HoldsEveryThirtyTwoBitValue) {
-  // Hosts pass unnamed kinds through the interfaces; the type must represent them.
-  const std::int32_t values[] = {-1, 8, 99, 1000, INT32_MIN, INT32_MAX};
-  for (std::int32_t value : values) {
-    const GradingElementType kind = static_cast<GradingElementType>(value);
-    EXPECT_EQ(static_cast<std::int32_t>(kind), value);
-  }
-}
-
-TEST(ElementKind, NamedValuesMatchTheExchangeFormat) {
-  EXPECT_EQ(LowPoint, 0);
-  EXPECT_EQ(Unclassified, 7);
-  EXPECT_EQ(Curb, 100);
-  EXPECT_EQ(ParkingLot, 103);
-  EXPECT_EQ(Pathway, 105);
-  EXPECT_EQ(Generic, 1);
-  EXPECT_EQ(Exclusion, 2);
-  EXPECT_EQ(Unconstrained, 0);
-}
-
 }  // namespace
