@@ -39,6 +39,19 @@ Out fill(const Registry<Provider>& registry, Out out) {
   return out;
 }
 
+// Offers `location` to each provider in list order; the first that accepts it and
+// makes an object wins. A provider that accepts but makes nothing is passed over.
+template <class Object, class Provider>
+std::unique_ptr<Object> first_made(
+    const std::vector<const Provider*>& providers, const std::string& location,
+    std::unique_ptr<Object> (Provider::*make)(const std::string&) const) {
+  for (const Provider* provider : providers) {
+    if (!provider->canHandle(location)) continue;
+    if (std::unique_ptr<Object> made = (provider->*make)(location)) return made;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 bool registerDataSourceProvider(std::string name,
@@ -58,12 +71,8 @@ std::vector<const DataSourceProvider*> dataSourceProviders() {
 }
 
 std::unique_ptr<DataSource> createDataSource(const std::string& location) {
-  for (const DataSourceProvider* provider : dataSourceProviders()) {
-    if (!provider->canHandle(location)) continue;
-    std::unique_ptr<DataSource> source = provider->createDataSource(location);
-    if (source) return source;
-  }
-  return nullptr;
+  return first_made(dataSourceProviders(), location,
+                    &DataSourceProvider::createDataSource);
 }
 
 bool registerDataStoreProvider(std::string name,
@@ -82,12 +91,7 @@ std::vector<const DataStoreProvider*> dataStoreProviders() {
 }
 
 std::unique_ptr<DataStore> createDataStore(const std::string& location) {
-  for (const DataStoreProvider* provider : dataStoreProviders()) {
-    if (!provider->canHandle(location)) continue;
-    std::unique_ptr<DataStore> store = provider->createDataStore(location);
-    if (store) return store;
-  }
-  return nullptr;
+  return first_made(dataStoreProviders(), location, &DataStoreProvider::createDataStore);
 }
 
 }  // namespace gvk
