@@ -3,8 +3,12 @@
 // redirected to a file or pipe goes through the standard wide streams.
 #include "platform.h"
 
+#ifndef WIN32_LEAN_AND_MEAN
 #define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
 #define NOMINMAX
+#endif
 #include <windows.h>
 
 #include <iostream>
