@@ -1,8 +1,8 @@
 // UTF-8 / UTF-16 conversion and lower-casing. Both converters collect their output in
 // a small buffer on the stack and append it to the result a chunk at a time. Runs of
 // ASCII go eight bytes (or eight units) at a time, up to the exact place where the
-// run ends; the step there, and the last few bytes of the text, go one at a time by
-// the rules in text.h.
+// run ends; from there on, and for the last few bytes of the text, the steps go one
+// at a time by the rules in text.h until eight ASCII bytes in a row have gone by.
 #include <gravok/text.h>
 
 #include <algorithm>
@@ -171,25 +171,42 @@ std::size_t encode_element(std::uint32_t value, char* out) {
   return high + encode_unit(0xDC00u | (offset & 0x3FFu), out + high);
 }
 
-// Decodes the steps at `pos` as long as each begins with a byte from 0x80 up, so that
-// text outside ASCII does not test for a run of ASCII between its characters. Stops
-// at the end of the input or when `used` reaches `limit`.
-void decode_sequences(const unsigned char* bytes, std::size_t size, std::size_t& pos,
-                      wchar_t* out, std::size_t& used, std::size_t limit) {
-  do {
-    pos += decode_sequence(bytes, size, pos, out[used++]);
-  } while (pos < size && bytes[pos] >= 0x80u && used < limit);
+// Decodes text that mixes ASCII with longer sequences one step at a time, so that
+// short runs of ASCII between characters do not pay for a word test. Returns to the
+// word path once kWord ASCII bytes in a row have gone by, and stops at a 0 byte
+// (which ends the text), at the end of the input, or when `used` reaches `limit`.
+void decode_mixed(const unsigned char* bytes, std::size_t size, std::size_t& pos,
+                  wchar_t* out, std::size_t& used, std::size_t limit) {
+  std::size_t ascii_streak = 0;
+  while (pos < size && used < limit && ascii_streak < kWord) {
+    const unsigned lead = bytes[pos];
+    if (lead >= 0x80u) {
+      pos += decode_sequence(bytes, size, pos, out[used++]);
+      ascii_streak = 0;
+    } else if (lead != 0) {
+      out[used++] = static_cast<wchar_t>(lead);
+      ++pos;
+      ++ascii_streak;
+    } else {
+      return;
+    }
+  }
 }
 
-// Encodes the elements at `pos` as long as each lies above 0x7F (negative ones
-// included), stopping at `size` or when fewer than six bytes are left before `limit`.
-void encode_elements(const wchar_t* units, std::size_t size, std::size_t& pos, char* out,
-                     std::size_t& used, std::size_t limit) {
-  do {
-    used += encode_element(static_cast<std::uint32_t>(units[pos]), out + used);
+// Encodes text that mixes ASCII with other elements one element at a time, the
+// counterpart of decode_mixed: back to the word path after kWord ASCII units in a
+// row; stops at a 0 unit, at `size`, or when fewer than six bytes are left before
+// `limit`.
+void encode_mixed(const wchar_t* units, std::size_t size, std::size_t& pos, char* out,
+                  std::size_t& used, std::size_t limit) {
+  std::size_t ascii_streak = 0;
+  while (pos < size && used + 6 <= limit && ascii_streak < kWord) {
+    const auto value = static_cast<std::uint32_t>(units[pos]);
+    if (value == 0) return;
+    used += encode_element(value, out + used);
     ++pos;
-  } while (pos < size && static_cast<std::uint32_t>(units[pos]) >= 0x80u &&
-           used + 6 <= limit);
+    ascii_streak = value < 0x80u ? ascii_streak + 1 : 0;
+  }
 }
 
 }  // namespace
@@ -220,15 +237,8 @@ std::string to_utf8(const std::wstring& text) {
         units + pos, std::min(size - pos, kChunk - used - kWord), chunk + used);
     pos += run;
     used += run;
-    if (pos == size) break;
-    const auto value = static_cast<std::uint32_t>(units[pos]);
-    if (value == 0) break;
-    if (value < 0x80u) {
-      chunk[used++] = static_cast<char>(value);
-      ++pos;
-    } else {
-      encode_elements(units, size, pos, chunk, used, kChunk - kWord);
-    }
+    if (pos == size || units[pos] == 0) break;
+    encode_mixed(units, size, pos, chunk, used, kChunk - kWord);
   }
   result.append(chunk, used);
   return result;
@@ -252,15 +262,8 @@ std::wstring from_utf8(const std::string& text) {
         bytes + pos, std::min(size - pos, kChunk - used - kWord), chunk + used);
     pos += run;
     used += run;
-    if (pos == size) break;
-    const unsigned lead = bytes[pos];
-    if (lead == 0) break;
-    if (lead < 0x80u) {
-      chunk[used++] = static_cast<wchar_t>(lead);
-      ++pos;
-    } else {
-      decode_sequences(bytes, size, pos, chunk, used, kChunk - kWord);
-    }
+    if (pos == size || bytes[pos] == 0) break;
+    decode_mixed(bytes, size, pos, chunk, used, kChunk - kWord);
   }
   result.append(chunk, used);
   return result;
