@@ -14,7 +14,13 @@ foreach(line IN LISTS lines)
     continue()
   endif()
   string(REGEX REPLACE "^[0-9a-fA-F]* *[A-Za-z] " "" symbol "${line}")
-  if(symbol MATCHES "^(gvk::|typeinfo for gvk::|typeinfo name for gvk::|vtable for gvk::|VTT for gvk::)")
+  # The name before the parameter list. Demangled function templates start with their
+  # return type, so standard-library code that returns a gvk type also starts with
+  # "gvk::"; such a name holds "std::" before its parameters.
+  string(REGEX REPLACE "\\(.*" "" name "${symbol}")
+  if(name MATCHES "std::")
+    list(APPEND strays "${symbol}")
+  elseif(symbol MATCHES "^(gvk::|typeinfo for gvk::|typeinfo name for gvk::|vtable for gvk::|VTT for gvk::)")
     math(EXPR interface_count "${interface_count} + 1")
   else()
     list(APPEND strays "${symbol}")
