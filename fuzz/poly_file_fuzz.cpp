@@ -5,12 +5,12 @@
 // exited".
 #include <gravok/poly_file.h>
 
+#include "../tests/bit_patterns.h"
 #include "../tests/poly_oracle.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -22,12 +22,6 @@ struct Result {
   std::vector<gvk::Triangle> triangles;
   std::vector<unsigned long long> boundary;
 };
-
-// Doubles compare by their bits, so that signed zeros count.
-bool same_bits(const std::vector<double>& a, const std::vector<double>& b) {
-  return a.size() == b.size() &&
-         (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
-}
 
 const std::string& input_path() {
   static const std::string path =
@@ -53,8 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   actual.triangles.push_back({1, 2, 3});  // must come back empty
   gvk::PolyFile::from_file(input_path(), actual.x, actual.y, actual.z, actual.triangles,
                            actual.boundary);
-  if (!same_bits(actual.x, expected.x) || !same_bits(actual.y, expected.y) ||
-      !same_bits(actual.z, expected.z) || !actual.triangles.empty() ||
+  if (bit_patterns(actual.x) != bit_patterns(expected.x) ||
+      bit_patterns(actual.y) != bit_patterns(expected.y) ||
+      bit_patterns(actual.z) != bit_patterns(expected.z) || !actual.triangles.empty() ||
       actual.boundary != expected.boundary) {
     std::abort();
   }

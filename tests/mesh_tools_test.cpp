@@ -1,12 +1,12 @@
 #include <gravok/mesh_tools.h>
 
+#include "bit_patterns.h"
 #include "mesh_oracle.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -21,17 +21,10 @@ struct Mesh {
   std::vector<gvk::Triangle> triangles;
 };
 
-// Bit patterns, so that -0.0 and 0.0 differ and NaN equals itself.
-std::vector<std::uint64_t> bits(const Coords& values) {
-  std::vector<std::uint64_t> out(values.size());
-  if (!values.empty()) std::memcpy(out.data(), values.data(), values.size() * 8);
-  return out;
-}
-
 void expect_same_mesh(const Mesh& actual, const Mesh& expected) {
-  EXPECT_EQ(bits(actual.x), bits(expected.x));
-  EXPECT_EQ(bits(actual.y), bits(expected.y));
-  EXPECT_EQ(bits(actual.z), bits(expected.z));
+  EXPECT_EQ(bit_patterns(actual.x), bit_patterns(expected.x));
+  EXPECT_EQ(bit_patterns(actual.y), bit_patterns(expected.y));
+  EXPECT_EQ(bit_patterns(actual.z), bit_patterns(expected.z));
   EXPECT_EQ(actual.triangles, expected.triangles);
 }
 

@@ -1,5 +1,6 @@
 #include <gravok/poly_file.h>
 
+#include "bit_patterns.h"
 #include "poly_oracle.h"
 
 #include <gtest/gtest.h>
@@ -31,17 +32,10 @@ struct PolyRead {
   Boundary boundary;
 };
 
-// Bit patterns, so that -0.0 and 0.0 differ.
-std::vector<std::uint64_t> bits(const Coords& values) {
-  std::vector<std::uint64_t> out(values.size());
-  if (!values.empty()) std::memcpy(out.data(), values.data(), values.size() * 8);
-  return out;
-}
-
 void expect_same_read(const PolyRead& actual, const PolyRead& expected) {
-  EXPECT_EQ(bits(actual.x), bits(expected.x));
-  EXPECT_EQ(bits(actual.y), bits(expected.y));
-  EXPECT_EQ(bits(actual.z), bits(expected.z));
+  EXPECT_EQ(bit_patterns(actual.x), bit_patterns(expected.x));
+  EXPECT_EQ(bit_patterns(actual.y), bit_patterns(expected.y));
+  EXPECT_EQ(bit_patterns(actual.z), bit_patterns(expected.z));
   EXPECT_TRUE(actual.triangles.empty());
   EXPECT_EQ(actual.boundary, expected.boundary);
 }
