@@ -199,4 +199,141 @@ TEST(CopyFrom, AddsTheOriginDifferenceBitForBitIntoTheStoreAndBack) {
   }
 }
 
+// A recorder that also keeps what the complete transfer hands over beside copyFrom's
+// calls, and answers units of its own, so that units that reach the store show.
+class CompleteRecorder : public Recorder {
+ public:
+  using Recorder::Recorder;
+
+  void get_linear_unit(gvk::Unit<1>& unit) const override { unit.type = 2; }
+  void get_area_unit(gvk::Unit<2>& unit) const override { unit.type = 5; }
+  void get_volume_unit(gvk::Unit<3>& unit) const override { unit.type = 7; }
+
+  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                             const gvk::Unit<3>& volume) override {
+    unit_types = {linear.type, area.type, volume.type};
+  }
+  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override {
+    break_lines = lines;
+  }
+  void set_transferred_grading_elements(GradingElementType kind, const Elements& in,
+                                        const gvk_test::Lists& xs,
+                                        const gvk_test::Lists& ys,
+                                        const ComplexElementData& data) override {
+    received_kinds.push_back(kind);
+    elements[kind] = in;
+    received_xs[kind] = xs;
+    received_ys[kind] = ys;
+    received_complex[kind] = data.int_lists;
+  }
+  void set_hostcad_version(const std::string& version) override {
+    host_version = version;
+  }
+
+  std::array<std::int32_t, 3> unit_types{};
+  std::string host_version;
+  std::vector<GradingElementType> received_kinds;
+  std::map<GradingElementType, gvk_test::Lists> received_xs, received_ys;
+  std::map<GradingElementType, std::vector<std::vector<std::int32_t>>> received_complex;
+};
+
+// The store's side of a call log.
+std::vector<std::string> store_calls(const CallLog& log) {
+  std::vector<std::string> calls;
+  for (const std::string& call : log.calls) {
+    if (call.rfind("store.", 0) == 0) calls.push_back(call);
+  }
+  return calls;
+}
+
+TEST(CopyAllFrom, AStoreWrittenForCopyFromReceivesCopyFromsCallsAndData) {
+  for (const bool parking_lot : {false, true}) {
+    SCOPED_TRACE(parking_lot ? "with a parking lot" : "without a parking lot");
+    CallLog records_log, complete_log;
+    Recorder source(records_log, "source", {1000, 2000, 10});
+    fill_site(source);
+    source.break_lines = {{1, 2, 3, 4, 5, 6}};
+    if (parking_lot) source.elements[ParkingLot] = {record({1, 2, 3, 4, 5, 6})};
+    Recorder by_records(records_log, "store"), by_complete(complete_log, "store");
+    by_records.copyFrom(source);
+    std::vector<std::string> expected = store_calls(records_log);
+    if (parking_lot) {
+      expected.insert(expected.end() - 1, {"store.set_grading_elements(103)",
+                                           "store.set_complex_elements(103)"});
+    }
+    by_complete.copyAllFrom(source);  // the source keeps logging into records_log
+
+    EXPECT_EQ(store_calls(complete_log), expected);
+    expect_moved(by_complete, source, {1000, 2000, 10});
+    EXPECT_TRUE(by_complete.break_lines.empty());
+  }
+}
+
+TEST(CopyAllFrom, HandsOverUnitsVersionBreakLinesAndEveryKindsGeometryShifted) {
+  CallLog log;
+  CompleteRecorder source(log, "source", {2000000.5, 499999.25, 12.125});
+  fill_site(source);
+  source.break_lines = {{2000001.1, 500002.2, 101.3, 2000004.4, 500005.5, 99.6}};
+  for (const GradingElementType kind : gvk::allElementTypes()) {
+    source.elements[kind] = {record({2000100.5, 500100.25, 1, 2, 3, 4})};
+    source.lists[kind] = {{2000100.125, 2000101.375}, {}, {-0.5}};
+  }
+  source.elements[ParkingLot] = {record({7, 7, 7, 7, 7, 7})};
+  source.lists[ParkingLot] = {{2000200.75}};
+  CompleteRecorder store(log, "store", {1999000, 501000, 100});
+  store.copyAllFrom(source);
+  const std::array<double, 3> d = {1000.5, -1000.75, -87.875};
+
+  EXPECT_EQ(store.unit_types, (std::array<std::int32_t, 3>{2, 5, 7}));
+  EXPECT_EQ(store.host_version, "host 9");
+  const gravok_line_3d& from = source.break_lines[0];
+  const gravok_line_3d shifted = {from.x1 + d[0], from.y1 + d[1], from.z1 + d[2],
+                                  from.x2 + d[0], from.y2 + d[1], from.z2 + d[2]};
+  EXPECT_TRUE(same_bytes(store.break_lines, std::vector<gravok_line_3d>{shifted}));
+
+  std::vector<GradingElementType> kinds = gvk::allElementTypes();
+  kinds.push_back(ParkingLot);
+  EXPECT_EQ(store.received_kinds, kinds);
+  for (const GradingElementType kind : kinds) {
+    SCOPED_TRACE(kind);
+    // The point kinds have no lists: their getters deliver records only.
+    const bool points = kind == LowPoint || kind == BoundedPoint || kind == Offset;
+    gvk_test::Lists xs = points ? gvk_test::Lists{} : source.lists.at(kind), ys = xs;
+    for (auto& list : xs) list = plus(list, d[0]);
+    for (auto& list : ys) list = plus(list, d[1]);
+    ASSERT_EQ(store.received_xs.at(kind).size(), xs.size());
+    for (std::size_t i = 0; i < xs.size(); ++i) {
+      EXPECT_TRUE(same_bytes(store.received_xs.at(kind)[i], xs[i]));
+      EXPECT_TRUE(same_bytes(store.received_ys.at(kind)[i], ys[i]));
+    }
+    // Each complex kind sees a holder of its own, as the source filled it.
+    const bool complex = kind >= 100;
+    EXPECT_EQ(store.received_complex.at(kind),
+              complex ? std::vector<std::vector<std::int32_t>>{{kind}}
+                      : std::vector<std::vector<std::int32_t>>{});
+  }
+  EXPECT_EQ(source.complex_holder_sizes, std::vector<std::size_t>(6, 0));
+  EXPECT_FALSE(source.filled_on_arrival);
+}
+
+TEST(CopyAllFrom, AnExceptionAnywhereStopsTheTransferWithTheBracketOpen) {
+  CallLog complete;
+  {
+    Recorder source(complete, "source");
+    Recorder store(complete, "store");
+    store.copyAllFrom(source);
+  }
+  for (std::size_t at = 0; at < complete.calls.size(); ++at) {
+    SCOPED_TRACE(complete.calls[at]);
+    CallLog log;
+    log.throw_at = complete.calls[at];
+    Recorder source(log, "source");
+    Recorder store(log, "store");
+    EXPECT_THROW(store.copyAllFrom(source), std::runtime_error);
+    EXPECT_EQ(log.calls, std::vector<std::string>(complete.calls.begin(),
+                                                  complete.calls.begin() + at + 1));
+  }
+  EXPECT_EQ(complete.calls.back(), "store.endBulkOperation");
+}
+
 }  // namespace

@@ -22,6 +22,7 @@
 #include <gravok/records.h>
 #include <gravok/units.h>
 
+#include <string>
 #include <vector>
 
 namespace gvk {
@@ -45,7 +46,8 @@ class GRAVOK_API DataStore : public DataSource {
   virtual void endBulkOperation() const;
 
   // The units of the problem. The library never calls it: copyFrom does not move
-  // units, so a host that wants them stored hands them over itself.
+  // units, and copyAllFrom hands them to set_transferred_units, whose default drops
+  // them (a store that keeps units overrides that one too).
   virtual void set_units(const Unit<1>& linear, const Unit<2>& area,
                          const Unit<3>& volume) = 0;
 
@@ -57,7 +59,8 @@ class GRAVOK_API DataStore : public DataSource {
                            const std::vector<gravok_triangle_info>& triangle_info) = 0;
 
   // The break lines of the existing ground. The library never calls it: copyFrom
-  // does not move break lines.
+  // does not move break lines, and copyAllFrom hands them to
+  // set_transferred_break_lines.
   virtual void set_break_lines(const std::vector<gravok_line_3d>& lines) = 0;
 
   virtual void set_objectives(const std::vector<gravok_objective>& objectives) = 0;
@@ -97,23 +100,75 @@ class GRAVOK_API DataStore : public DataSource {
   virtual void set_max_iteration_count(long long count) = 0;
   virtual void set_epsilon(double epsilon) = 0;
 
-  // Moves the whole problem of `source` into this store, re-expressed in this store's
-  // origin. Inside one bulk bracket it hands each setting to the setter of the same
-  // stem (objectives, max slope, min slope, volume constraint, max slopes, min
-  // slopes, fix boundary, epsilon, max iteration count, mesh metric), then reads the
-  // source's mesh, then the offsets d = source origin - store origin (x, y, z in
-  // turn, each time the source's origin getter before the store's), adds them to the
-  // mesh and hands it to set_eg_data, and finally moves the elements of every kind of
+  // Operations of the complete transfer, copyAllFrom, which copyFrom never calls. Each
+  // default passes on only what copyFrom would hand over, so a store written for
+  // copyFrom alone receives the same calls from either transfer; a store that keeps
+  // the whole problem overrides them.
+  //
+  // The source's units, as its three unit getters fill default-constructed units.
+  // Default: nothing (the units are dropped).
+  virtual void set_transferred_units(const Unit<1>& linear, const Unit<2>& area,
+                                     const Unit<3>& volume);
+  // The source's break lines, shifted into this store's origin (both ends of every
+  // line: x, y and z). Default: nothing (the lines are dropped).
+  virtual void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines);
+  // The elements of one kind with everything the getters deliver beside the records:
+  // the coordinate lists xs and ys, shifted into this store's origin, and the
+  // complex-element data, which is handed on as the source filled it (the library
+  // does not know what it holds, so it never shifts it). Default: the records go to
+  // set_grading_elements(kind, elements), as copyFrom hands them; the rest is dropped.
+  virtual void set_transferred_grading_elements(
+      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
+      const std::vector<std::vector<double>>& xs,
+      const std::vector<std::vector<double>>& ys, const ComplexElementData& complex_data);
+  // The version text of the host application that supplied the data, as
+  // get_hostcad_version returns it. Default: nothing.
+  virtual void set_hostcad_version(const std::string& version);
+
+  // Moves the problem of `source` into this store, re-expressed in this store's
+  // origin: the settings, the existing-ground mesh and the element records, and
+  // nothing else. The units, the break lines, the elements' coordinate lists (xs and
+  // ys: the geometry of every drain line, bend line, aligned edge, surface zone and
+  // complex element), the complex-element data, the host version, the surfaces and
+  // the GUIDs never reach the store, and ParkingLot elements are never asked for.
+  // copyAllFrom moves all of that except surfaces and GUIDs.
+  //
+  // Inside one bulk bracket it hands each setting to the setter of the same stem
+  // (objectives, max slope, min slope, volume constraint, max slopes, min slopes, fix
+  // boundary, epsilon, max iteration count, mesh metric), then reads the source's
+  // mesh, then the offsets d = source origin - store origin (x, y, z in turn, each
+  // time the source's origin getter before the store's), adds them to the mesh and
+  // hands it to set_eg_data, and finally moves the elements of every kind of
   // allElementTypes(), in its order, through an OffsetDataSource with those offsets
   // into set_grading_elements, once per kind, also when a kind has no elements.
   //
   // The source is read as it answers now: it is neither loaded nor asked for units,
-  // surfaces, break lines, host version or GUIDs, and none of these reach the store.
-  // Nothing is validated; NaN or infinite origins flow into the offsets unchanged.
-  // An exception from the source, the store or an allocation stops the transfer at
-  // once and reaches the caller; endBulkOperation is then not called, and the store
-  // keeps what its setters took in so far. Neither object is owned or kept.
+  // surfaces, break lines, host version or GUIDs. Nothing is validated; NaN or
+  // infinite origins flow into the offsets unchanged. An exception from the source,
+  // the store or an allocation stops the transfer at once and reaches the caller;
+  // endBulkOperation is then not called, and the store keeps what its setters took in
+  // so far. Neither object is owned or kept.
   void copyFrom(DataSource& source);
+
+  // The complete transfer: everything copyFrom does, in the same order, and besides
+  // it the units, the host version, the break lines and each kind's coordinate lists
+  // and complex data, through the four operations above. Inside the bulk bracket:
+  // copyFrom's settings; the units (set_transferred_units) and the host version
+  // (set_hostcad_version); the mesh with the offsets, exactly as copyFrom moves it;
+  // the break lines through the OffsetDataSource (set_transferred_break_lines); then
+  // for every kind of allElementTypes(), in its order, the records, xs, ys and the
+  // complex data of that kind through the OffsetDataSource into
+  // set_transferred_grading_elements, once per kind, also when a kind has none.
+  // ParkingLot, which is not in allElementTypes(), is asked for last and handed over
+  // only when the source gives it records or lists. Each kind starts with empty
+  // containers and an empty complex-data holder, so no kind sees another's data.
+  //
+  // A store that overrides none of the four operations receives from copyAllFrom
+  // exactly the calls copyFrom makes on it, unless the source has ParkingLot elements,
+  // which reach set_complex_elements(ParkingLot, ...) through the default. The source
+  // is not loaded and no surface is selected; surfaces and GUIDs stay behind.
+  // Exceptions behave as in copyFrom.
+  void copyAllFrom(DataSource& source);
 };
 
 }  // namespace gvk

@@ -76,6 +76,38 @@ void copy_elements(DataSource& source, DataStore& store, const Offsets& d) {
   }
 }
 
+// The parts that only the complete transfer moves. Units go into default-constructed
+// units, as a caller of the getters would pass them.
+void copy_units_and_version(const DataSource& source, DataStore& store) {
+  Unit<1> linear;
+  Unit<2> area;
+  Unit<3> volume;
+  source.get_linear_unit(linear);
+  source.get_area_unit(area);
+  source.get_volume_unit(volume);
+  store.set_transferred_units(linear, area, volume);
+  store.set_hostcad_version(source.get_hostcad_version());
+}
+
+void copy_break_lines(const OffsetDataSource& shifted, DataStore& store) {
+  std::vector<gravok_line_3d> lines;
+  shifted.get_break_lines(lines);
+  store.set_transferred_break_lines(lines);
+}
+
+// Moves one kind with its lists and complex data. `always` hands the kind over even
+// when the source has nothing of it; each kind starts from empty containers.
+void copy_kind(OffsetDataSource& shifted, DataStore& store, GradingElementType kind,
+               bool always) {
+  std::vector<gravok_grading_element> elements;
+  std::vector<std::vector<double>> xs, ys;
+  DataSource::ComplexElementData complex_data;
+  shifted.get_grading_elements(kind, elements, xs, ys, complex_data);
+  if (always || !elements.empty() || !xs.empty() || !ys.empty()) {
+    store.set_transferred_grading_elements(kind, elements, xs, ys, complex_data);
+  }
+}
+
 }  // namespace
 
 void DataStore::copyFrom(DataSource& source) {
@@ -83,6 +115,20 @@ void DataStore::copyFrom(DataSource& source) {
   copy_settings(source, *this);
   const Offsets d = copy_mesh(source, *this);
   copy_elements(source, *this, d);
+  endBulkOperation();
+}
+
+void DataStore::copyAllFrom(DataSource& source) {
+  beginBulkOperation();
+  copy_settings(source, *this);
+  copy_units_and_version(source, *this);
+  const Offsets d = copy_mesh(source, *this);
+  OffsetDataSource shifted(source, d.dx, d.dy, d.dz);
+  copy_break_lines(shifted, *this);
+  for (const GradingElementType kind : allElementTypes()) {
+    copy_kind(shifted, *this, kind, true);
+  }
+  copy_kind(shifted, *this, ParkingLot, false);
   endBulkOperation();
 }
 

@@ -49,4 +49,17 @@ void DataStore::set_grading_elements(
   (this->*table[static_cast<std::size_t>(kind)])(elements);
 }
 
+void DataStore::set_transferred_units(const Unit<1>&, const Unit<2>&, const Unit<3>&) {}
+
+void DataStore::set_transferred_break_lines(const std::vector<gravok_line_3d>&) {}
+
+void DataStore::set_transferred_grading_elements(
+    GradingElementType kind, const std::vector<gravok_grading_element>& elements,
+    const std::vector<std::vector<double>>&, const std::vector<std::vector<double>>&,
+    const ComplexElementData&) {
+  set_grading_elements(kind, elements);
+}
+
+void DataStore::set_hostcad_version(const std::string&) {}
+
 }  // namespace gvk
