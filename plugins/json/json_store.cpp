@@ -77,6 +77,29 @@ void JsonStore::set_complex_elements(GradingElementType kind, const Elements& e)
   set_kind(kind, e);
 }
 
+void JsonStore::set_transferred_units(const gvk::Unit<1>& linear,
+                                      const gvk::Unit<2>& area,
+                                      const gvk::Unit<3>& volume) {
+  set_units(linear, area, volume);
+}
+
+void JsonStore::set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) {
+  set_break_lines(lines);
+}
+
+void JsonStore::set_transferred_grading_elements(GradingElementType kind,
+                                                 const Elements& elements,
+                                                 const Lists& xs, const Lists& ys,
+                                                 const Complex& complex_data) {
+  m_problem.elements[kind] = ElementSet{elements, xs, ys, complex_data};
+  changed();
+}
+
+void JsonStore::set_hostcad_version(const std::string& version) {
+  m_problem.hostcad_version = version;
+  changed();
+}
+
 // The scalar setters: keep the value, then write unless a bracket is open.
 #define GRAVOK_JSON_SETTER(setter, type, member) \
   void JsonStore::setter(type value) {           \

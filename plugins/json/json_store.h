@@ -63,6 +63,17 @@ class JsonStore : public ProblemAnswers<gvk::DataStore> {
   void set_max_iteration_count(long long count) override;
   void set_epsilon(double epsilon) override;
 
+  // The complete transfer's operations keep everything they receive: the units, the
+  // break lines, each kind's whole set (records, xs, ys and complex data, replacing
+  // what the kind held) and the host version.
+  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                             const gvk::Unit<3>& volume) override;
+  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
+  void set_transferred_grading_elements(GradingElementType kind, const Elements& elements,
+                                        const Lists& xs, const Lists& ys,
+                                        const Complex& complex_data) override;
+  void set_hostcad_version(const std::string& version) override;
+
  private:
   void set_kind(GradingElementType kind, const Elements& elements);
   // Writes unless a bulk bracket is open.

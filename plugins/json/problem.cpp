@@ -8,7 +8,14 @@
 
 namespace gvk_json {
 
-StoredUnit::StoredUnit() : StoredUnit(store_unit(gvk::Unknown<1>())) {}
+StoredUnit::StoredUnit() {
+  const gvk::Unknown<1> unknown;
+  type = unknown.type;
+  qualifier = unknown.qualifier;
+  name = unknown.name;
+  abbreviation = unknown.abbreviation;
+  for (const auto& factor : unknown.conversions) conversions.push_back(factor());
+}
 
 // The defaults are whatever a bare source answers, so they follow the library.
 Problem::Problem() {
