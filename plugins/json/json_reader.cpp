@@ -53,22 +53,31 @@ std::string pointer(const Place& at) {
   return text;
 }
 
-int hex_digit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
+// The value of each byte as a hex digit, 16 for every byte that is not one.
+struct HexDigits {
+  unsigned char value[256];
+  constexpr HexDigits() : value() {
+    for (int c = 0; c < 256; ++c) {
+      value[c] = c >= '0' && c <= '9'   ? c - '0'
+                 : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                 : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                        : 16;
+    }
+  }
+};
+constexpr HexDigits kHex;
 
 // Decodes `count` bytes from exactly 2 * count hex digits; false on any other text.
 bool decode_hex(std::string_view text, unsigned char* out, std::size_t count) {
   if (text.size() != 2 * count) return false;
+  const auto* digits = reinterpret_cast<const unsigned char*>(text.data());
+  unsigned invalid = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    const int high = hex_digit(text[2 * i]), low = hex_digit(text[2 * i + 1]);
-    if (high < 0 || low < 0) return false;
+    const unsigned high = kHex.value[digits[2 * i]], low = kHex.value[digits[2 * i + 1]];
+    invalid |= high | low;
     out[i] = static_cast<unsigned char>(high << 4 | low);
   }
-  return true;
+  return invalid < 16;
 }
 
 // "inf", "-inf", "nan" or "nan:0x" and sixteen hex digits of a NaN.
@@ -179,28 +188,23 @@ class DocumentReader {
 template <class Integer>
 bool DocumentReader::get_integer(element e, const Place& at, Integer& out) {
   using Limits = std::numeric_limits<Integer>;
-  const std::string range = "expected an integer from " + std::to_string(Limits::min()) +
-                            " to " + std::to_string(Limits::max());
   std::int64_t signed_value;
   std::uint64_t unsigned_value;
-  if (e.type() == element_type::INT64 &&
-      e.get_int64().get(signed_value) == simdjson::SUCCESS) {
-    if (signed_value < 0 ? !Limits::is_signed ||
-                               signed_value < static_cast<std::int64_t>(Limits::min())
-                         : static_cast<std::uint64_t>(signed_value) >
-                               static_cast<std::uint64_t>(Limits::max()))
-      return fail(at, range);
+  bool in_range = false;
+  if (e.get_int64().get(signed_value) == simdjson::SUCCESS) {
+    in_range = signed_value < 0
+                   ? Limits::is_signed &&
+                         signed_value >= static_cast<std::int64_t>(Limits::min())
+                   : static_cast<std::uint64_t>(signed_value) <=
+                         static_cast<std::uint64_t>(Limits::max());
     out = static_cast<Integer>(signed_value);
-    return true;
-  }
-  if (e.type() == element_type::UINT64 &&
-      e.get_uint64().get(unsigned_value) == simdjson::SUCCESS) {
-    if (unsigned_value > static_cast<std::uint64_t>(Limits::max()))
-      return fail(at, range);
+  } else if (e.get_uint64().get(unsigned_value) == simdjson::SUCCESS) {
+    in_range = unsigned_value <= static_cast<std::uint64_t>(Limits::max());
     out = static_cast<Integer>(unsigned_value);
-    return true;
   }
-  return fail(at, range);
+  return in_range ||
+         fail(at, "expected an integer from " + std::to_string(Limits::min()) + " to " +
+                      std::to_string(Limits::max()));
 }
 
 bool DocumentReader::get(element e, const Place& at, std::string& out) {

@@ -19,15 +19,19 @@
 namespace gvk_json {
 namespace {
 
-void put_hex(std::string& out, const unsigned char* bytes, std::size_t count) {
+char* put_hex(char* p, const unsigned char* bytes, std::size_t count) {
   static const char kDigits[] = "0123456789abcdef";
-  const std::size_t at = out.size();
-  out.resize(at + 2 * count);
-  char* p = &out[at];
   for (std::size_t i = 0; i < count; ++i) {
     *p++ = kDigits[bytes[i] >> 4];
     *p++ = kDigits[bytes[i] & 15];
   }
+  return p;
+}
+
+void put_hex(std::string& out, const unsigned char* bytes, std::size_t count) {
+  const std::size_t at = out.size();
+  out.resize(at + 2 * count);
+  put_hex(&out[at], bytes, count);
 }
 
 template <class Integer>
@@ -36,29 +40,42 @@ void put_integer(std::string& out, Integer value) {
   out.append(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
 
-void put_non_finite(std::string& out, double value) {
+// Longest text of one double: a NaN with its bits, or 24 characters and ".0".
+constexpr std::size_t kMaxDoubleText = 26;
+// Longest text of one triangle: three 20-digit indices, two commas, brackets, comma.
+constexpr std::size_t kMaxTriangleText = 3 * 20 + 5;
+
+char* put_non_finite(char* p, double value) {
   std::uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
-  if (std::isinf(value)) {
-    out += value > 0 ? "\"inf\"" : "\"-inf\"";
-  } else if (bits == 0x7ff8000000000000ULL) {
-    out += "\"nan\"";
-  } else {
-    char text[32];
-    std::snprintf(text, sizeof text, "\"nan:0x%016llx\"",
-                  static_cast<unsigned long long>(bits));
-    out += text;
+  const char* text = value > 0 ? "\"inf\"" : value < 0 ? "\"-inf\"" : "\"nan\"";
+  if (std::isnan(value) && bits != 0x7ff8000000000000ULL) {
+    static const char kDigits[] = "0123456789abcdef";
+    std::memcpy(p, "\"nan:0x", 7);
+    p += 7;
+    for (int shift = 60; shift >= 0; shift -= 4) *p++ = kDigits[bits >> shift & 15];
+    *p++ = '"';
+    return p;
   }
+  const std::size_t length = std::strlen(text);
+  std::memcpy(p, text, length);
+  return p + length;
+}
+
+// Writes `value` at `p`, which has room for kMaxDoubleText characters; returns the end.
+char* put_double(char* p, double value) {
+  if (!std::isfinite(value)) return put_non_finite(p, value);
+  char* end = std::to_chars(p, p + kMaxDoubleText, value).ptr;
+  for (const char* q = p; q != end; ++q)
+    if (*q == '.' || *q == 'e') return end;
+  *end++ = '.';
+  *end++ = '0';
+  return end;
 }
 
 void put_double(std::string& out, double value) {
-  if (!std::isfinite(value)) return put_non_finite(out, value);
-  char text[32];
-  char* end = std::to_chars(text, text + sizeof text, value).ptr;
-  bool integral = true;
-  for (const char* p = text; p != end; ++p) integral &= *p != '.' && *p != 'e';
-  out.append(text, end);
-  if (integral) out += ".0";
+  char text[kMaxDoubleText];
+  out.append(text, put_double(text, value));
 }
 
 // Length of the well-formed UTF-8 sequence at `p` (before `end`), or 0.
@@ -109,13 +126,20 @@ void put_string(std::string& out, const std::string& text) {
   out += '"';
 }
 
+// Large lists are written straight into the string: room for the longest text of
+// every value first, cut to what was written at the end.
 void put_doubles(std::string& out, const std::vector<double>& values) {
-  out += '[';
+  const std::size_t at = out.size();
+  out.resize(at + 2 + values.size() * (kMaxDoubleText + 1));
+  char* const start = &out[at];
+  char* p = start;
+  *p++ = '[';
   for (std::size_t i = 0; i < values.size(); ++i) {
-    if (i) out += ',';
-    put_double(out, values[i]);
+    if (i) *p++ = ',';
+    p = put_double(p, values[i]);
   }
-  out += ']';
+  *p++ = ']';
+  out.resize(at + static_cast<std::size_t>(p - start));
 }
 
 template <class Integer>
@@ -147,13 +171,19 @@ void put_lists(std::string& out, const std::vector<std::vector<T>>& lists,
 // Opaque records (objectives, triangle information) as one hex string each.
 template <class Record>
 void put_block_list(std::string& out, const std::vector<Record>& records) {
-  out += '[';
+  constexpr std::size_t kText = 2 * sizeof(Record::data) + 3;  // "hex" and a comma
+  const std::size_t at = out.size();
+  out.resize(at + 2 + records.size() * kText);
+  char* p = &out[at];
+  *p++ = '[';
   for (std::size_t i = 0; i < records.size(); ++i) {
-    out += i ? ",\"" : "\"";
-    put_hex(out, records[i].data, sizeof records[i].data);
-    out += '"';
+    if (i) *p++ = ',';
+    *p++ = '"';
+    p = put_hex(p, records[i].data, sizeof records[i].data);
+    *p++ = '"';
   }
-  out += ']';
+  *p++ = ']';
+  out.resize(static_cast<std::size_t>(p - out.data()));
 }
 
 void put_unit(std::string& out, const char* role, const StoredUnit& unit) {
@@ -254,16 +284,22 @@ void put_mesh(std::string& out, const Mesh& mesh) {
   out += ",\n    \"z\": ";
   put_doubles(out, mesh.z);
   out += ",\n    \"triangles\": [";
+  const std::size_t at = out.size();
+  out.resize(at + mesh.triangles.size() * kMaxTriangleText);
+  char* const start = &out[at];
+  char* p = start;
   for (std::size_t i = 0; i < mesh.triangles.size(); ++i) {
     const gvk::Triangle& t = mesh.triangles[i];
-    out += i ? ",[" : "[";
-    put_integer(out, t[0]);
-    out += ',';
-    put_integer(out, t[1]);
-    out += ',';
-    put_integer(out, t[2]);
-    out += ']';
+    if (i) *p++ = ',';
+    *p++ = '[';
+    p = std::to_chars(p, p + 20, t[0]).ptr;
+    *p++ = ',';
+    p = std::to_chars(p, p + 20, t[1]).ptr;
+    *p++ = ',';
+    p = std::to_chars(p, p + 20, t[2]).ptr;
+    *p++ = ']';
   }
+  out.resize(at + static_cast<std::size_t>(p - start));
   out += "],\n    \"triangle_info\": ";
   put_block_list(out, mesh.triangle_info);
   out += "\n  },\n";
