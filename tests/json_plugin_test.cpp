@@ -125,6 +125,13 @@ TEST(JsonDocument, WrittenReadAndWrittenAgainGivesTheSameBytes) {
   }
 }
 
+TEST(JsonDocument, ExampleDocumentReads) {
+  Problem p;
+  std::string error;
+  ASSERT_TRUE(gvk_json::read_file(GRAVOK_JSON_EXAMPLE, p, error)) << error;
+  EXPECT_EQ(p.elements.at(Pond).complex.int_lists.at(0).at(1), 4);
+}
+
 TEST(JsonDocument, NonFiniteDoublesAndZerosReadBackToTheirBits) {
   const std::vector<double> values = {-0.0,        kInf,         -kInf,
                                       kPayloadNan, kNegativeNan, 5e-324};
