@@ -271,7 +271,8 @@ TEST(JsonProviders, RefuseWhatTheyCannotOpenAndSayWhy) {
       {"problem.txt", false, "problem.txt: not a JSON location"},
       {"json:", false, "json:: not a JSON location"},
       {temporary_path("missing"), true, "cannot read the file"},
-      {"json:" + broken, false, broken + ": not a readable JSON document"},
+      {"json:" + broken, false,
+       broken + ": line 1, column 53: not a readable JSON document"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.location);
@@ -292,9 +293,11 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
     std::string message;
   };
   const Case cases[] = {
-      {"", "not a readable JSON document"},
-      {head + R"("mesh": {"x": [1, 2)", "not a readable JSON document"},
-      {head + R"("settings": {"max_slope": 1e999}})", "not a readable JSON document"},
+      {"", "line 1, column 1: not a readable JSON document"},
+      {head + "\n" + R"("mesh": {"x": [1, 2)", "line 2, column 20: not a readable JSON"},
+      {head + R"("settings": {"max_slope": 1e999}})",
+       "line 1, column 70: not a readable"},
+      {head + R"("settings": {"max_slope": 1,}})", "line 1, column 72: not a readable"},
       {head + R"("break_lines": )" + std::string(40, '[') + std::string(40, ']') + "}",
        "(at most 32 levels)"},
       {"[1]", "the document: expected an object"},

@@ -5,6 +5,7 @@
 // records, and the first fault ends the reading with its JSON pointer. Sizes come
 // from the parsed text only, so a list never reserves more than the text holds.
 #include "json_document.h"
+#include "json_syntax.h"
 
 #include <simdjson.h>
 
@@ -513,7 +514,10 @@ bool parse(simdjson::dom::parser& parser, const simdjson::padded_string& text,
   simdjson::error_code code = parser.allocate(text.size(), kMaxDepth);
   if (!code) code = parser.parse(text).get(root);
   if (code) {
-    error = name + "not a readable JSON document: " + simdjson::error_message(code);
+    std::string place = syntax_error_place({text.data(), text.size()}, kMaxDepth);
+    if (!place.empty()) place += ": ";
+    error =
+        name + place + "not a readable JSON document: " + simdjson::error_message(code);
     if (code == simdjson::DEPTH_ERROR)
       error += " (at most " + std::to_string(kMaxDepth) + " levels)";
     return false;
