@@ -166,7 +166,7 @@ std::string mesh_finding_message(const MeshFinding& finding) {
   switch (finding.kind) {
     case MeshFindingKind::MissingCoordinates:
       return "vertex " + index + ": no " + axis_name(finding.part) + " coordinate (" +
-             axis_name(finding.part) + " holds " + index + " values, the mesh has " +
+             axis_name(finding.part) + " has length " + index + ", the mesh has " +
              vertices + " vertices)";
     case MeshFindingKind::IndexOutOfRange:
       return "triangle " + index + ": corner " + std::to_string(finding.part) +
