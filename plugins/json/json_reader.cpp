@@ -462,9 +462,11 @@ bool DocumentReader::guids(element e, const Place& at, Problem& p) {
     return false;
   if (!optional(o, "map", map)) return true;
   if (!get(map, at / "map", entries)) return false;
+  const Place map_place =
+      at / "map";  // the chain refers to it, so it must outlive `place`
   std::size_t i = 0;
   for (element entry : entries) {
-    const Place place = at / "map" / i++;
+    const Place place = map_place / i++;
     object pair;
     long long uid = 0;
     std::string guid;
