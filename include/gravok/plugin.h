@@ -76,14 +76,15 @@ class GRAVOK_API PluginModule {
   // Unloads the module as unload() does.
   ~PluginModule();
 
-  // Calls gravok_plugin_unregister, then unregisters each provider registration that
-  // appeared while the module was being loaded (from opening it to the return of its
-  // register entry point) and that still holds the very provider object it held then,
-  // and closes the module. A module that forgets a provider thus never leaves it
-  // registered; a name that the host has since registered anew is left alone. Returns
-  // how many registrations that second step removed: 0 for a module that cleans up
-  // after itself, and 0 when the object holds no module (already unloaded, or moved
-  // from).
+  // Calls gravok_plugin_unregister, then unregisters every provider registration that
+  // was made while the module was being loaded (from opening it to the return of its
+  // register entry point) and is still in place, and closes the module. A module that
+  // forgets a provider thus never leaves it registered, while a name that has since
+  // been unregistered and registered anew is left alone, whatever provider it holds.
+  // Returns how many registrations that second step removed: 0 for a module that
+  // cleans up after itself, and 0 when the object holds no module (already unloaded,
+  // or moved from). Providers that a module registers at any other time are its own
+  // to unregister before it is unloaded.
   int unload() noexcept;
 
   // True from a successful load() until unload().
