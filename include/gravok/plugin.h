@@ -55,16 +55,17 @@ class GRAVOK_API PluginModule {
   // directory), looks up both entry points and calls gravok_plugin_register. Returns
   // the loaded module, or an empty pointer and a message in `error` that names `path`
   // and carries the system's own message where there is one, when
+  //  - `path` is empty or holds a NUL byte;
   //  - the file cannot be opened or is not a module of this platform;
   //  - either entry point is missing (register is then never called);
   //  - the module is already loaded through another PluginModule, which stays as it is
   //    (a module's providers are registered once, so it is loaded once);
   //  - gravok_plugin_register returns a negative value.
-  // Whenever it fails after opening the module, it first removes every provider
-  // registration that appeared since (calling gravok_plugin_unregister when register
-  // had been called) and then closes the module again, so nothing of it stays
-  // registered. `error` is left alone on success. An exception thrown by the register
-  // entry point reaches the caller after the module has been unloaded the same way.
+  // Whenever it fails after opening the module, it unloads the module again as
+  // unload() does (calling gravok_plugin_unregister only when register was called),
+  // so nothing of it stays registered. `error` is left alone on success. An exception
+  // thrown by the register entry point reaches the caller after the module has been
+  // unloaded the same way.
   static std::unique_ptr<PluginModule> load(const std::string& path, std::string& error);
 
   PluginModule(PluginModule&& other) noexcept;
