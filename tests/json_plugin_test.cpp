@@ -5,7 +5,6 @@
 #include "bit_patterns.h"
 #include "json_document.h"
 #include "json_providers.h"
-#include "plugin/shared_module.h"
 #include "problem_source.h"
 #include "recording_store.h"
 
@@ -342,12 +341,10 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
 TEST(JsonPlugin, ModuleRegistersProvidersThatOpenDocuments) {
   const std::string path = temporary_path("module");
   std::string error;
-  void* module = gvk_test::open_module(GRAVOK_JSON_PLUGIN, error);
+  std::unique_ptr<gvk::PluginModule> module =
+      gvk::PluginModule::load(GRAVOK_JSON_PLUGIN, error);
   ASSERT_TRUE(module) << error;
-  auto register_plugin = gvk_test::module_function(module, "gravok_plugin_register");
-  auto unregister_plugin = gvk_test::module_function(module, "gravok_plugin_unregister");
-  ASSERT_TRUE(register_plugin && unregister_plugin);
-  EXPECT_EQ(register_plugin(), 2);
+  EXPECT_EQ(module->provider_count(), 2);
   {
     EXPECT_FALSE(gvk::createDataSource(path))
         << "a missing document is not an empty problem";
@@ -360,8 +357,8 @@ TEST(JsonPlugin, ModuleRegistersProvidersThatOpenDocuments) {
     EXPECT_EQ(source->get_min_slope(), -kInf);
     EXPECT_EQ(source->get_hostcad_version(), rich_problem().hostcad_version);
   }
-  EXPECT_EQ(unregister_plugin(), 2);
-  gvk_test::close_module(module);
+  EXPECT_EQ(module->unload(), 0) << "the module unregisters what it registered";
+  EXPECT_TRUE(gvk::dataSourceProviders().empty());
 }
 
 }  // namespace

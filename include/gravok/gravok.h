@@ -10,10 +10,12 @@
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/offset_data_source.h>
+#include <gravok/plugin.h>
 #include <gravok/poly_file.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
 #include <gravok/text.h>
+#include <gravok/triangle_files.h>
 #include <gravok/units.h>
 
 #endif  // GRAVOK_GRAVOK_H

@@ -1,16 +1,21 @@
-// The JSON plug-in module: a host loads this shared module and calls its two C entry
-// points, which register and unregister the JSON source and store providers.
+// The JSON plug-in module: a host loads this shared module (gvk::PluginModule::load)
+// and its two C entry points register and unregister the JSON source and store
+// providers.
 #include "json_providers.h"
 
-#if defined(_WIN32)
-#define GRAVOK_PLUGIN_EXPORT extern "C" __declspec(dllexport)
-#else
-#define GRAVOK_PLUGIN_EXPORT extern "C" __attribute__((visibility("default")))
-#endif
+#include <gravok/plugin.h>
 
-// Registers the providers under the name "json"; returns how many it registered.
+#include <exception>
+
+// Registers the providers under the name "json"; returns how many it registered, or
+// -1 when registering threw (no exception leaves the module).
 GRAVOK_PLUGIN_EXPORT int gravok_plugin_register() {
-  return gvk_json::register_providers();
+  try {
+    return gvk_json::register_providers();
+  } catch (const std::exception&) {
+    gvk_json::unregister_providers();
+    return -1;
+  }
 }
 
 // Unregisters what gravok_plugin_register registered; returns how many it removed.
