@@ -1,0 +1,751 @@
+#include "landxml_document.h"
+
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cassert>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <unordered_map>
+
+namespace gvk_landxml {
+namespace {
+
+// ---------------------------------------------------------------------------------
+// Units. LandXML names each unit in full ("USSurveyFoot", "squareMeter",
+// "cubicYard"); the first name of a type and power is the one the store writes.
+struct UnitName {
+  const char* name;
+  std::int32_t type;
+  int power;
+};
+constexpr UnitName kUnitNames[] = {
+    {"millimeter", 0, 1},
+    {"centimeter", 1, 1},
+    {"meter", 2, 1},
+    {"kilometer", 3, 1},
+    {"foot", 4, 1},
+    {"yard", 5, 1},
+    {"mile", 6, 1},
+    {"USSurveyFoot", 7, 1},
+    {"squareMillimeter", 0, 2},
+    {"squareCentimeter", 1, 2},
+    {"squareMeter", 2, 2},
+    {"squareKilometer", 3, 2},
+    {"squareFoot", 4, 2},
+    {"squareYard", 5, 2},
+    {"squareMiles", 6, 2},
+    {"squareUSSurveyFoot", 7, 2},
+    {"cubicMillimeter", 0, 3},
+    {"cubicCentimeter", 1, 3},
+    {"cubicMeter", 2, 3},
+    {"cubicKilometer", 3, 3},
+    {"cubicFeet", 4, 3},
+    {"cubicFoot", 4, 3},
+    {"cubicYard", 5, 3},
+    {"cubicMiles", 6, 3},
+    {"cubicUSSurveyFoot", 7, 3},
+};
+
+// Meters in one unit of each known type, exact by definition (the survey foot is
+// 1200/3937 m). The arcsecond (8) is an angle: it has no length.
+constexpr double kMetersPerUnit[gvk::kKnownUnitTypes] = {
+    0.001,
+    0.01,
+    1.0,
+    1000.0,
+    0.3048,
+    0.9144,
+    1609.344,
+    1200.0 / 3937.0,
+    std::numeric_limits<double>::quiet_NaN()};
+
+double conversion_factor(std::int32_t from, std::int32_t to, int power) {
+  constexpr std::int32_t kArcsecond = 8;
+  if (from == kArcsecond || to == kArcsecond) {
+    return from == to ? 1.0 : std::numeric_limits<double>::quiet_NaN();
+  }
+  return std::pow(kMetersPerUnit[from] / kMetersPerUnit[to], power);
+}
+
+bool equal_ignoring_case(const char* a, const char* b) {
+  for (; *a && *b; ++a, ++b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; };
+    if (lower(*a) != lower(*b)) return false;
+  }
+  return *a == *b;
+}
+
+// The type id that the LandXML unit name `name` gives at `power`, or -1.
+std::int32_t unit_type(const char* name, int power) {
+  for (const UnitName& unit : kUnitNames) {
+    if (unit.power == power && equal_ignoring_case(unit.name, name)) return unit.type;
+  }
+  return -1;
+}
+
+// ---------------------------------------------------------------------------------
+// Reading.
+
+bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// The element's name without a namespace prefix.
+const char* local_name(const pugi::xml_node& node) {
+  const char* name = node.name();
+  const char* colon = std::strrchr(name, ':');
+  return colon ? colon + 1 : name;
+}
+
+bool is(const pugi::xml_node& node, const char* name) {
+  return node.type() == pugi::node_element && std::strcmp(local_name(node), name) == 0;
+}
+
+pugi::xml_node child(const pugi::xml_node& node, const char* name) {
+  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
+    if (is(c, name)) return c;
+  }
+  return {};
+}
+
+// Reads the numbers of a white-space separated list (line breaks included), appending
+// them to `out`. False at the first item that is not a finite number.
+bool read_numbers(const char* text, std::vector<double>& out) {
+  const char* end = text + std::strlen(text);
+  for (const char* p = text;;) {
+    while (p != end && is_space(*p)) ++p;
+    if (p == end) return true;
+    if (*p == '+') ++p;
+    double value = 0;
+    const auto [next, ec] = std::from_chars(p, end, value);
+    if (ec != std::errc() || !std::isfinite(value) || (next != end && !is_space(*next))) {
+      return false;
+    }
+    out.push_back(value);
+    p = next;
+  }
+}
+
+// Reads up to `capacity` integers of a white-space separated list into `out` and
+// returns how many the text holds, or -1 when an item is not an integer. Items past
+// `capacity` are counted, not stored.
+int read_integers(const char* text, long long* out, int capacity) {
+  const char* end = text + std::strlen(text);
+  int count = 0;
+  for (const char* p = text;;) {
+    while (p != end && is_space(*p)) ++p;
+    if (p == end) return count;
+    long long value = 0;
+    const auto [next, ec] = std::from_chars(p, end, value);
+    if (ec != std::errc() || (next != end && !is_space(*next))) return -1;
+    if (count < capacity) out[count] = value;
+    ++count;
+    p = next;
+  }
+}
+
+// Point ids to positions in <Pnts>. Ids that fill a range densely (the usual case:
+// 1 to n, perhaps with gaps) are looked up in a table; any others in a hash map.
+class PointIndex {
+ public:
+  // Indexes `ids`; false with the position of the first repeated id in `repeated`.
+  bool build(const std::vector<long long>& ids, std::size_t& repeated) {
+    if (ids.empty()) return true;
+    const auto [lo, hi] = std::minmax_element(ids.begin(), ids.end());
+    m_min = *lo;
+    const unsigned long long span =
+        static_cast<unsigned long long>(*hi) - static_cast<unsigned long long>(*lo);
+    m_dense = span < 4 * static_cast<unsigned long long>(ids.size()) + 1024;
+    if (m_dense) m_table.assign(static_cast<std::size_t>(span) + 1, kNone);
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+      if (!insert(ids[i], i)) {
+        repeated = i;
+        return false;
+      }
+    }
+    return true;
+  }
+
+  bool find(long long id, std::size_t& index) const {
+    if (!m_dense) {
+      const auto found = m_map.find(id);
+      if (found == m_map.end()) return false;
+      index = found->second;
+      return true;
+    }
+    const unsigned long long slot =
+        static_cast<unsigned long long>(id) - static_cast<unsigned long long>(m_min);
+    if (id < m_min || slot >= m_table.size() || m_table[slot] == kNone) return false;
+    index = m_table[slot];
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+  bool insert(long long id, std::size_t index) {
+    if (!m_dense) return m_map.emplace(id, index).second;
+    std::size_t& slot = m_table[static_cast<std::size_t>(
+        static_cast<unsigned long long>(id) - static_cast<unsigned long long>(m_min))];
+    if (slot != kNone) return false;
+    slot = index;
+    return true;
+  }
+
+  long long m_min = 0;
+  bool m_dense = true;
+  std::vector<std::size_t> m_table;
+  std::unordered_map<long long, std::size_t> m_map;
+};
+
+// What every reading step needs: the text (to turn offsets into line numbers), the
+// name for messages, and where errors and warnings go.
+struct Context {
+  const char* text;
+  std::size_t size;
+  const std::string& where;
+  std::string& error;
+  std::vector<std::string>& warnings;
+
+  long line_at(std::ptrdiff_t offset) const {
+    if (offset < 0) return 0;
+    const std::size_t end = std::min(static_cast<std::size_t>(offset), size);
+    return 1 + static_cast<long>(std::count(text, text + end, '\n'));
+  }
+  std::string at(const pugi::xml_node& node) const {
+    return where + ":" + std::to_string(line_at(node.offset_debug())) + ": ";
+  }
+  bool fail(const pugi::xml_node& node, const std::string& message) {
+    error = at(node) + message;
+    return false;
+  }
+  void warn(const pugi::xml_node& node, const std::string& message) {
+    warnings.push_back(at(node) + message);
+  }
+};
+
+std::string point_tag(const pugi::xml_node& p) {
+  return std::string("<P id=\"") + p.attribute("id").value() + "\">";
+}
+
+// Reads the <P> entries of <Pnts> into the surface and their ids into `ids`.
+bool read_points(Context& context, const pugi::xml_node& pnts, Surface& surface,
+                 std::vector<long long>& ids) {
+  std::vector<double> numbers;
+  for (pugi::xml_node p = pnts.first_child(); p; p = p.next_sibling()) {
+    if (!is(p, "P")) continue;
+    long long id = 0;
+    if (read_integers(p.attribute("id").value(), &id, 1) != 1) {
+      return context.fail(p, point_tag(p) + ": the id is not an integer");
+    }
+    numbers.clear();
+    if (!read_numbers(p.child_value(), numbers)) {
+      return context.fail(p, point_tag(p) + ": expected \"northing easting elevation\"" +
+                                 ", found text that is not a finite number");
+    }
+    if (numbers.size() == 2) {
+      return context.fail(p, point_tag(p) + ": missing elevation (expected " +
+                                 "\"northing easting elevation\")");
+    }
+    if (numbers.size() != 3) {
+      return context.fail(p, point_tag(p) + ": expected 3 numbers " +
+                                 "\"northing easting elevation\", found " +
+                                 std::to_string(numbers.size()));
+    }
+    ids.push_back(id);
+    surface.y.push_back(numbers[0]);  // northing first
+    surface.x.push_back(numbers[1]);
+    surface.z.push_back(numbers[2]);
+  }
+  return true;
+}
+
+bool read_faces(Context& context, const pugi::xml_node& faces, const PointIndex& index,
+                Surface& surface) {
+  for (pugi::xml_node f = faces.first_child(); f; f = f.next_sibling()) {
+    if (!is(f, "F")) continue;
+    if (std::strcmp(f.attribute("i").value(), "1") == 0) {
+      ++surface.invisible_faces;  // invisible: not part of the surface
+      continue;
+    }
+    long long ids[3];
+    const int count = read_integers(f.child_value(), ids, 3);
+    if (count != 3) {
+      return context.fail(
+          f, "<F>: expected 3 point ids, found \"" + std::string(f.child_value()) + "\"");
+    }
+    gvk::Triangle triangle{};
+    for (int k = 0; k < 3; ++k) {
+      std::size_t position = 0;
+      if (!index.find(ids[k], position)) {
+        return context.fail(f, "<F> names point " + std::to_string(ids[k]) +
+                                   ", which <Pnts> does not hold");
+      }
+      triangle[k] = position;
+    }
+    surface.triangles.push_back(triangle);
+  }
+  return true;
+}
+
+bool read_definition(Context& context, const pugi::xml_node& definition,
+                     Surface& surface) {
+  const pugi::xml_node pnts = child(definition, "Pnts");
+  const pugi::xml_node faces = child(definition, "Faces");
+  if (faces && child(faces, "F") && !pnts) {
+    return context.fail(faces, "<Faces> without <Pnts>: the faces name no points");
+  }
+  std::vector<long long> ids;
+  if (pnts && !read_points(context, pnts, surface, ids)) return false;
+  PointIndex index;
+  std::size_t repeated = 0;
+  if (!index.build(ids, repeated)) {
+    pugi::xml_node p = pnts.first_child();
+    for (std::size_t i = 0; p && i < repeated; p = p.next_sibling()) i += is(p, "P");
+    while (p && !is(p, "P")) p = p.next_sibling();
+    return context.fail(p, point_tag(p) + ": duplicate point id");
+  }
+  return !faces || read_faces(context, faces, index, surface);
+}
+
+// A <PntList2D> or <PntList3D> child of `node`: its numbers and how many make a point
+// (0 when the node has neither).
+bool read_point_list(Context& context, const pugi::xml_node& node,
+                     std::vector<double>& numbers, int& dimension) {
+  pugi::xml_node list = child(node, "PntList3D");
+  dimension = list ? 3 : 0;
+  if (!list && (list = child(node, "PntList2D"))) dimension = 2;
+  if (!list) return true;
+  if (!read_numbers(list.child_value(), numbers) || numbers.size() % dimension != 0) {
+    return context.fail(list, std::string("<") + list.name() + ">: expected a list of " +
+                                  std::to_string(dimension) +
+                                  " numbers per point (northing easting" +
+                                  (dimension == 3 ? " elevation)" : ")"));
+  }
+  return true;
+}
+
+bool read_break_line(Context& context, const pugi::xml_node& line, Surface& surface) {
+  std::vector<double> n;
+  int dimension = 0;
+  if (!read_point_list(context, line, n, dimension)) return false;
+  if (dimension != 3 || n.size() < 6) {
+    context.warn(line, dimension == 2 ? "<Breakline> without elevations: left out"
+                                      : "<Breakline> of fewer than two points: left out");
+    return true;
+  }
+  for (std::size_t i = 3; i + 2 < n.size(); i += 3) {
+    surface.break_lines.push_back(
+        {n[i - 2], n[i - 3], n[i - 1], n[i + 1], n[i], n[i + 2]});
+  }
+  return true;
+}
+
+bool read_boundary(Context& context, const pugi::xml_node& boundary, Surface& surface) {
+  if (!equal_ignoring_case(boundary.attribute("bndType").value(), "outer")) return true;
+  std::vector<double> n;
+  int dimension = 0;
+  if (!read_point_list(context, boundary, n, dimension)) return false;
+  if (dimension == 0) return true;
+  std::vector<double> xs, ys;
+  for (std::size_t i = 0; i + 1 < n.size(); i += dimension) {
+    ys.push_back(n[i]);
+    xs.push_back(n[i + 1]);
+  }
+  surface.boundary_xs.push_back(std::move(xs));
+  surface.boundary_ys.push_back(std::move(ys));
+  return true;
+}
+
+bool read_source_data(Context& context, const pugi::xml_node& source, Surface& surface) {
+  for (pugi::xml_node list = source.first_child(); list; list = list.next_sibling()) {
+    for (pugi::xml_node item = list.first_child(); item; item = item.next_sibling()) {
+      if (is(list, "Breaklines") && is(item, "Breakline") &&
+          !read_break_line(context, item, surface)) {
+        return false;
+      }
+      if (is(list, "Boundaries") && is(item, "Boundary") &&
+          !read_boundary(context, item, surface)) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
+bool read_surface(Context& context, const pugi::xml_node& node, Document& document) {
+  const pugi::xml_node definition = child(node, "Definition");
+  const char* type = definition.attribute("surfType").value();
+  if (!definition || (*type && !equal_ignoring_case(type, "TIN"))) {
+    context.warn(node, std::string("<Surface name=\"") + node.attribute("name").value() +
+                           "\"> has no TIN <Definition>: left out");
+    return true;
+  }
+  Surface surface;
+  surface.name = node.attribute("name").value();
+  if (!read_definition(context, definition, surface)) return false;
+  if (const pugi::xml_node source = child(node, "SourceData")) {
+    if (!read_source_data(context, source, surface)) return false;
+  }
+  document.surfaces.push_back(std::move(surface));
+  return true;
+}
+
+void read_units(Context& context, const pugi::xml_node& units, Units& out) {
+  pugi::xml_node system = child(units, "Metric");
+  if (!system) system = child(units, "Imperial");
+  if (!system) return;
+  const struct {
+    const char* attribute;
+    int power;
+    std::int32_t& type;
+  } fields[] = {{"linearUnit", 1, out.linear},
+                {"areaUnit", 2, out.area},
+                {"volumeUnit", 3, out.volume}};
+  for (const auto& field : fields) {
+    const char* name = system.attribute(field.attribute).value();
+    const std::int32_t type = unit_type(name, field.power);
+    field.type = type < 0 ? gvk::kUnknownUnitType : type;
+    if (type < 0 && *name) {
+      context.warn(system, std::string(field.attribute) + " \"" + name +
+                               "\" is not a known unit: reported as unknown");
+    }
+  }
+}
+
+}  // namespace
+
+bool parse_document(std::vector<char>& text, const std::string& where, Document& document,
+                    std::string& error, std::vector<std::string>& warnings) {
+  document = Document();
+  Context context{text.data(), text.size(), where, error, warnings};
+  pugi::xml_document xml;
+  const pugi::xml_parse_result parsed = xml.load_buffer_inplace(
+      text.data(), text.size(), pugi::parse_minimal | pugi::parse_escapes);
+  if (!parsed) {
+    error = where + ":" + std::to_string(context.line_at(parsed.offset)) +
+            ": not well-formed XML: " + parsed.description();
+    return false;
+  }
+  const pugi::xml_node root = xml.document_element();
+  if (!is(root, "LandXML")) {
+    return context.fail(root, std::string("the root element is <") + root.name() +
+                                  ">, expected <LandXML>");
+  }
+  for (pugi::xml_node node = root.first_child(); node; node = node.next_sibling()) {
+    if (is(node, "Units")) read_units(context, node, document.units);
+    if (is(node, "Application")) {
+      document.application = std::string(node.attribute("name").value()) + " " +
+                             node.attribute("version").value();
+    }
+    if (!is(node, "Surfaces")) continue;
+    for (pugi::xml_node s = node.first_child(); s; s = s.next_sibling()) {
+      if (is(s, "Surface") && !read_surface(context, s, document)) return false;
+    }
+  }
+  return true;
+}
+
+bool read_document(const std::string& path, Document& document, std::string& error,
+                   std::vector<std::string>& warnings) {
+  std::ifstream in(path, std::ios::binary);
+  std::vector<char> text;
+  if (in) {
+    in.seekg(0, std::ios::end);
+    const std::streamoff size = in.tellg();
+    in.seekg(0, std::ios::beg);
+    if (size >= 0) text.resize(static_cast<std::size_t>(size));
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+  }
+  if (!in) {
+    error = path + ": cannot be read";
+    return false;
+  }
+  return parse_document(text, path, document, error, warnings);
+}
+
+bool has_landxml_root(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::string head(64 * 1024, '\0');
+  in.read(&head[0], static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<std::size_t>(in.gcount()));
+  // Skip the declaration, comments and processing instructions up to the first tag.
+  for (std::size_t at = head.find('<'); at != std::string::npos;
+       at = head.find('<', at + 1)) {
+    if (at + 1 >= head.size()) return false;
+    const char next = head[at + 1];
+    if (next == '?' || next == '!') {
+      const std::size_t close = head.find(next == '?' ? "?>" : ">", at);
+      if (close == std::string::npos) return false;
+      at = close;
+      continue;
+    }
+    std::size_t end = at + 1;
+    while (end < head.size() && !is_space(head[end]) && head[end] != '>' &&
+           head[end] != '/') {
+      ++end;
+    }
+    std::string name = head.substr(at + 1, end - at - 1);
+    const std::size_t colon = name.rfind(':');
+    if (colon != std::string::npos) name.erase(0, colon + 1);
+    return name == "LandXML";
+  }
+  return false;
+}
+
+// ---------------------------------------------------------------------------------
+// Writing.
+namespace {
+
+// The shortest plain decimal (never an exponent, which some importers refuse) that
+// reads back to the same double.
+void put(std::string& out, double value) {
+  char buffer[400];  // the longest fixed form of a double has 3xx digits
+  auto result =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+  if (result.ec != std::errc())
+    result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  out.append(buffer, result.ptr);
+}
+
+void put(std::string& out, unsigned long long value) {
+  char buffer[24];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  out.append(buffer, result.ptr);
+}
+
+// Appends "northing easting".
+void put_plan(std::string& out, double x, double y) {
+  put(out, y);
+  out += ' ';
+  put(out, x);
+}
+
+void put_escaped(std::string& out, const std::string& text) {
+  for (const char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      default: out += c;
+    }
+  }
+}
+
+void put_attribute(std::string& out, const char* name, const std::string& value) {
+  out += ' ';
+  out += name;
+  out += "=\"";
+  put_escaped(out, value);
+  out += '"';
+}
+
+void write_units(std::string& out, const Units& units) {
+  if (units.linear < 0 || units.linear >= gvk::kKnownUnitTypes) return;
+  const bool metric = units.linear <= 3;
+  const auto name_or_linear = [&](std::int32_t type, int power) {
+    const std::string name = landxml_unit_name(type, power);
+    return name.empty() ? landxml_unit_name(units.linear, power) : name;
+  };
+  out += metric ? "  <Units>\n    <Metric" : "  <Units>\n    <Imperial";
+  put_attribute(out, "areaUnit", name_or_linear(units.area, 2));
+  put_attribute(out, "linearUnit", landxml_unit_name(units.linear, 1));
+  put_attribute(out, "volumeUnit", name_or_linear(units.volume, 3));
+  put_attribute(out, "temperatureUnit", metric ? "celsius" : "fahrenheit");
+  put_attribute(out, "pressureUnit", metric ? "milliBars" : "inchHG");
+  out += "/>\n  </Units>\n";
+}
+
+void write_points(std::string& out, const std::vector<Feature>& points) {
+  if (points.empty()) return;
+  out += "  <CgPoints>\n";
+  for (const Feature& point : points) {
+    out += "    <CgPoint";
+    put_attribute(out, "name", point.name);
+    if (!point.desc.empty()) put_attribute(out, "desc", point.desc);
+    out += '>';
+    if (!point.xs.empty() && !point.ys.empty()) put_plan(out, point.xs[0], point.ys[0]);
+    out += "</CgPoint>\n";
+  }
+  out += "  </CgPoints>\n";
+}
+
+void write_line(std::string& out, double x1, double y1, double x2, double y2) {
+  out += "        <Line><Start>";
+  put_plan(out, x1, y1);
+  out += "</Start><End>";
+  put_plan(out, x2, y2);
+  out += "</End></Line>\n";
+}
+
+void write_features(std::string& out, const std::vector<Feature>& features) {
+  if (features.empty()) return;
+  out += "  <PlanFeatures name=\"Grading elements\">\n";
+  for (const Feature& feature : features) {
+    out += "    <PlanFeature";
+    put_attribute(out, "name", feature.name);
+    if (!feature.desc.empty()) put_attribute(out, "desc", feature.desc);
+    out += ">\n      <CoordGeom>\n";
+    const std::size_t n = std::min(feature.xs.size(), feature.ys.size());
+    for (std::size_t i = 1; i < n; ++i) {
+      write_line(out, feature.xs[i - 1], feature.ys[i - 1], feature.xs[i], feature.ys[i]);
+    }
+    if (feature.closed && n > 2) {
+      write_line(out, feature.xs[n - 1], feature.ys[n - 1], feature.xs[0], feature.ys[0]);
+    }
+    out += "      </CoordGeom>\n    </PlanFeature>\n";
+  }
+  out += "  </PlanFeatures>\n";
+}
+
+void put_point_3d(std::string& out, double x, double y, double z) {
+  put_plan(out, x, y);
+  out += ' ';
+  put(out, z);
+}
+
+// Segments that continue one another (the end of one is the start of the next) are
+// written as one <Breakline>, so a polyline read from a file goes back as it came.
+void write_break_lines(std::string& out, const std::vector<gravok_line_3d>& lines) {
+  if (lines.empty()) return;
+  out += "      <SourceData>\n        <Breaklines>\n";
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const gravok_line_3d& l = lines[i];
+    const bool continues = i > 0 && lines[i - 1].x2 == l.x1 && lines[i - 1].y2 == l.y1 &&
+                           lines[i - 1].z2 == l.z1;
+    if (!continues) {
+      if (i > 0) out += "</PntList3D></Breakline>\n";
+      out += "          <Breakline brkType=\"standard\"><PntList3D>";
+      put_point_3d(out, l.x1, l.y1, l.z1);
+    }
+    out += ' ';
+    put_point_3d(out, l.x2, l.y2, l.z2);
+  }
+  out += "</PntList3D></Breakline>\n        </Breaklines>\n      </SourceData>\n";
+}
+
+void write_surface(std::string& out, const Surface& surface) {
+  out += "    <Surface";
+  put_attribute(out, "name", surface.name);
+  out += ">\n";
+  write_break_lines(out, surface.break_lines);
+  out += "      <Definition surfType=\"TIN\">\n        <Pnts>\n";
+  for (std::size_t i = 0; i < surface.x.size(); ++i) {
+    out += "          <P id=\"";
+    put(out, static_cast<unsigned long long>(i + 1));  // ids count from 1
+    out += "\">";
+    put_point_3d(out, surface.x[i], surface.y[i], surface.z[i]);
+    out += "</P>\n";
+  }
+  out += "        </Pnts>\n        <Faces>\n";
+  for (const gvk::Triangle& t : surface.triangles) {
+    assert(t[0] < surface.x.size() && t[1] < surface.x.size() && t[2] < surface.x.size());
+    out += "          <F>";
+    put(out, t[0] + 1);
+    out += ' ';
+    put(out, t[1] + 1);
+    out += ' ';
+    put(out, t[2] + 1);
+    out += "</F>\n";
+  }
+  out += "        </Faces>\n      </Definition>\n    </Surface>\n";
+}
+
+std::string utc_now(const char* format) {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+#if defined(_WIN32)
+  gmtime_s(&utc, &now);
+#else
+  gmtime_r(&now, &utc);
+#endif
+  char buffer[32];
+  return std::string(buffer, std::strftime(buffer, sizeof buffer, format, &utc));
+}
+
+}  // namespace
+
+std::string write_document(const Document& document, const std::string& application) {
+  std::string out;
+  std::size_t points = 0;
+  for (const Surface& s : document.surfaces) points += s.x.size() + s.triangles.size();
+  out.reserve(points * 48 + 4096);
+  out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+  out += "<LandXML xmlns=\"http://www.landxml.org/schema/LandXML-1.2\"";
+  out += " version=\"1.2\"";
+  put_attribute(out, "date", utc_now("%Y-%m-%d"));
+  put_attribute(out, "time", utc_now("%H:%M:%S"));
+  out += ">\n";
+  write_units(out, document.units);
+  out += "  <Application";
+  put_attribute(out, "name", application);
+  if (!document.application.empty()) put_attribute(out, "desc", document.application);
+  out += "/>\n";
+  write_points(out, document.points);
+  write_features(out, document.features);
+  if (!document.surfaces.empty()) {
+    out += "  <Surfaces>\n";
+    for (const Surface& surface : document.surfaces) write_surface(out, surface);
+    out += "  </Surfaces>\n";
+  }
+  out += "</LandXML>\n";
+  return out;
+}
+
+bool save_document(const std::string& path, const Document& document,
+                   const std::string& application, std::string& error) {
+  const std::string text = write_document(document, application);
+  const std::string temporary = path + ".part";
+  {
+    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.close();
+    if (!out) {
+      std::remove(temporary.c_str());
+      error = path + ": cannot be written";
+      return false;
+    }
+  }
+  std::error_code failed;
+  std::filesystem::rename(temporary, path, failed);
+  if (failed) {
+    std::remove(temporary.c_str());
+    error = path + ": cannot be written: " + failed.message();
+    return false;
+  }
+  return true;
+}
+
+template <int N>
+gvk::Unit<N> known_unit(std::int32_t type) {
+  if (type < 0 || type >= gvk::kKnownUnitTypes) return gvk::Unknown<N>();
+  gvk::Unit<N> unit;
+  unit.type = type;
+  unit.name = gvk::unit_name(type);
+  unit.abbreviation = gvk::unit_abbreviation(type);
+  for (std::int32_t k = 0; k < gvk::kKnownUnitTypes; ++k) {
+    const double factor = conversion_factor(type, k, N);
+    unit.conversions.emplace_back([factor] { return factor; });
+  }
+  return unit;
+}
+
+template gvk::Unit<1> known_unit<1>(std::int32_t);
+template gvk::Unit<2> known_unit<2>(std::int32_t);
+template gvk::Unit<3> known_unit<3>(std::int32_t);
+
+std::string landxml_unit_name(std::int32_t type, int power) {
+  for (const UnitName& unit : kUnitNames) {
+    if (unit.type == type && unit.power == power) return unit.name;
+  }
+  return "";
+}
+
+}  // namespace gvk_landxml
