@@ -114,6 +114,12 @@ pugi::xml_node child(const pugi::xml_node& node, const char* name) {
   return {};
 }
 
+std::size_t children_named(const pugi::xml_node& node, const char* name) {
+  std::size_t count = 0;
+  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) count += is(c, name);
+  return count;
+}
+
 // Reads the numbers of a white-space separated list (line breaks included), appending
 // them to `out`. False at the first item that is not a finite number.
 bool read_numbers(const char* text, std::vector<double>& out) {
@@ -237,6 +243,10 @@ std::string point_tag(const pugi::xml_node& p) {
 // Reads the <P> entries of <Pnts> into the surface and their ids into `ids`.
 bool read_points(Context& context, const pugi::xml_node& pnts, Surface& surface,
                  std::vector<long long>& ids) {
+  // Sized by the elements the parser found, never by a count the file states.
+  const std::size_t count = children_named(pnts, "P");
+  for (auto* v : {&surface.x, &surface.y, &surface.z}) v->reserve(count);
+  ids.reserve(count);
   std::vector<double> numbers;
   for (pugi::xml_node p = pnts.first_child(); p; p = p.next_sibling()) {
     if (!is(p, "P")) continue;
@@ -268,6 +278,7 @@ bool read_points(Context& context, const pugi::xml_node& pnts, Surface& surface,
 
 bool read_faces(Context& context, const pugi::xml_node& faces, const PointIndex& index,
                 Surface& surface) {
+  surface.triangles.reserve(children_named(faces, "F"));
   for (pugi::xml_node f = faces.first_child(); f; f = f.next_sibling()) {
     if (!is(f, "F")) continue;
     if (std::strcmp(f.attribute("i").value(), "1") == 0) {
