@@ -116,7 +116,8 @@ pugi::xml_node child(const pugi::xml_node& node, const char* name) {
 
 std::size_t children_named(const pugi::xml_node& node, const char* name) {
   std::size_t count = 0;
-  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) count += is(c, name);
+  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
+    count += is(c, name);
   return count;
 }
 
