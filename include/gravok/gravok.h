@@ -7,12 +7,15 @@
 #include <gravok/element_types.h>
 #include <gravok/export.h>
 #include <gravok/log.h>
+#include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/offset_data_source.h>
+#include <gravok/plugin.h>
 #include <gravok/poly_file.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
 #include <gravok/text.h>
+#include <gravok/triangle_files.h>
 #include <gravok/units.h>
 
 #endif  // GRAVOK_GRAVOK_H
