@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <unordered_map>
 
 namespace gvk_landxml {
@@ -20,7 +19,15 @@ namespace {
 
 // ---------------------------------------------------------------------------------
 // Units. LandXML names each unit in full ("USSurveyFoot", "squareMeter",
-// "cubicYard"); the first name of a type and power is the one the store writes.
+// "cubicYard"). Each name below is the length unit of gravok/units.h with that type id
+// (0 millimeter ... 7 survey foot), raised to the power: an area or volume unit is the
+// square or cube of a length unit, as a Unit<2> or Unit<3> of the library is. The
+// source reports it as gvk::Known<N> of that id, with the library's exact factors.
+// LandXML's units that are no power of one of those lengths (inch, squareInch, acre,
+// hectare, cubicInch, liter, hectareMeter, acreFeet, US_gallon, IMP_gallon) have no
+// id: they are reported as the unknown unit, with a warning, never as a neighbour
+// with a wrong factor. The first name of a type and power is the one the store
+// writes.
 struct UnitName {
   const char* name;
   std::int32_t type;
@@ -53,27 +60,6 @@ constexpr UnitName kUnitNames[] = {
     {"cubicMiles", 6, 3},
     {"cubicUSSurveyFoot", 7, 3},
 };
-
-// Meters in one unit of each known type, exact by definition (the survey foot is
-// 1200/3937 m). The arcsecond (8) is an angle: it has no length.
-constexpr double kMetersPerUnit[gvk::kKnownUnitTypes] = {
-    0.001,
-    0.01,
-    1.0,
-    1000.0,
-    0.3048,
-    0.9144,
-    1609.344,
-    1200.0 / 3937.0,
-    std::numeric_limits<double>::quiet_NaN()};
-
-double conversion_factor(std::int32_t from, std::int32_t to, int power) {
-  constexpr std::int32_t kArcsecond = 8;
-  if (from == kArcsecond || to == kArcsecond) {
-    return from == to ? 1.0 : std::numeric_limits<double>::quiet_NaN();
-  }
-  return std::pow(kMetersPerUnit[from] / kMetersPerUnit[to], power);
-}
 
 bool equal_ignoring_case(const char* a, const char* b) {
   for (; *a && *b; ++a, ++b) {
@@ -560,7 +546,7 @@ void put_attribute(std::string& out, const char* name, const std::string& value)
 }
 
 void write_units(std::string& out, const Units& units) {
-  if (units.linear < 0 || units.linear >= gvk::kKnownUnitTypes) return;
+  if (landxml_unit_name(units.linear, 1).empty()) return;  // unknown, or an angle
   const bool metric = units.linear <= 3;
   const auto name_or_linear = [&](std::int32_t type, int power) {
     const std::string name = landxml_unit_name(type, power);
@@ -734,24 +720,6 @@ bool save_document(const std::string& path, const Document& document,
   }
   return true;
 }
-
-template <int N>
-gvk::Unit<N> known_unit(std::int32_t type) {
-  if (type < 0 || type >= gvk::kKnownUnitTypes) return gvk::Unknown<N>();
-  gvk::Unit<N> unit;
-  unit.type = type;
-  unit.name = gvk::unit_name(type);
-  unit.abbreviation = gvk::unit_abbreviation(type);
-  for (std::int32_t k = 0; k < gvk::kKnownUnitTypes; ++k) {
-    const double factor = conversion_factor(type, k, N);
-    unit.conversions.emplace_back([factor] { return factor; });
-  }
-  return unit;
-}
-
-template gvk::Unit<1> known_unit<1>(std::int32_t);
-template gvk::Unit<2> known_unit<2>(std::int32_t);
-template gvk::Unit<3> known_unit<3>(std::int32_t);
 
 std::string landxml_unit_name(std::int32_t type, int power) {
   for (const UnitName& unit : kUnitNames) {

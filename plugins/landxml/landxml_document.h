@@ -89,7 +89,8 @@ bool read_document(const std::string& path, Document& document, std::string& err
 // read.
 bool has_landxml_root(const std::string& path);
 
-// Writes `document` as a LandXML 1.2 text: <Units> when the linear unit is known,
+// Writes `document` as a LandXML 1.2 text: <Units> when LandXML names the linear unit
+// (not for the unknown unit or the arcsecond),
 // <Application> naming `application`, the points as <CgPoints>, the features as
 // <PlanFeatures>, and each surface with its break lines under <SourceData> and its
 // <Pnts> (ids from 1) and <Faces>. Numbers are written in the shortest form that reads
@@ -102,13 +103,6 @@ std::string write_document(const Document& document, const std::string& applicat
 // False with a message naming the path when the file cannot be written.
 bool save_document(const std::string& path, const Document& document,
                    const std::string& application, std::string& error);
-
-// The known unit of type id `type` as the plug-in reports it: its name and
-// abbreviation and one conversion factor per known unit type (a quantity in this unit
-// times conversions[k]() is the quantity in type k). Any other id gives the unknown
-// unit.
-template <int N>
-gvk::Unit<N> known_unit(std::int32_t type);
 
 // The LandXML name of unit type `type` at power `power` ("meter", "squareFoot",
 // "cubicYard", ...), or "" when LandXML has none.

@@ -2,13 +2,7 @@
 // gravok_plugin_register once and gravok_plugin_unregister before it closes it.
 #include "landxml_provider.h"
 
-#if __has_include(<gravok/plugin.h>)
 #include <gravok/plugin.h>
-#elif defined(_WIN32)
-#define GRAVOK_PLUGIN_EXPORT extern "C" __declspec(dllexport)
-#else
-#define GRAVOK_PLUGIN_EXPORT extern "C" __attribute__((visibility("default")))
-#endif
 
 // Registers the LandXML source and store providers as "landxml"; returns how many
 // were registered (0 to 2).

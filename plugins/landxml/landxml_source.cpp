@@ -42,15 +42,15 @@ bool LandXmlSource::load() {
 }
 
 void LandXmlSource::get_linear_unit(gvk::Unit<1>& unit) const {
-  unit = known_unit<1>(m_document.units.linear);
+  unit = gvk::Known<1>(m_document.units.linear);
 }
 
 void LandXmlSource::get_area_unit(gvk::Unit<2>& unit) const {
-  unit = known_unit<2>(m_document.units.area);
+  unit = gvk::Known<2>(m_document.units.area);
 }
 
 void LandXmlSource::get_volume_unit(gvk::Unit<3>& unit) const {
-  unit = known_unit<3>(m_document.units.volume);
+  unit = gvk::Known<3>(m_document.units.volume);
 }
 
 void LandXmlSource::get_surfaces(std::vector<unsigned long long>& ids,

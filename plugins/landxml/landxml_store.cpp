@@ -153,13 +153,13 @@ void LandXmlStore::set_hostcad_version(const std::string& version) {
 }
 
 void LandXmlStore::get_linear_unit(gvk::Unit<1>& unit) const {
-  unit = known_unit<1>(m_document.units.linear);
+  unit = gvk::Known<1>(m_document.units.linear);
 }
 void LandXmlStore::get_area_unit(gvk::Unit<2>& unit) const {
-  unit = known_unit<2>(m_document.units.area);
+  unit = gvk::Known<2>(m_document.units.area);
 }
 void LandXmlStore::get_volume_unit(gvk::Unit<3>& unit) const {
-  unit = known_unit<3>(m_document.units.volume);
+  unit = gvk::Known<3>(m_document.units.volume);
 }
 
 void LandXmlStore::get_eg_data(std::vector<double>& x, std::vector<double>& y,

@@ -39,7 +39,9 @@ class LandXmlStore : public gvk::DataStore {
 
   // Units: written as <Metric> when the linear unit is metric, <Imperial> otherwise;
   // an area or volume unit that LandXML cannot name is written as the square or cube
-  // of the linear unit. With an unknown linear unit no <Units> is written.
+  // of the linear unit. With an unknown linear unit, or the arcsecond, which is no
+  // length, no <Units> is written. As a source the store reports gvk::Known<N> of the
+  // type ids it was given.
   void set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
                  const gvk::Unit<3>& volume) override;
   void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,

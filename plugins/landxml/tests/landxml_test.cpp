@@ -255,24 +255,29 @@ TEST(LandXmlSource, StatePlaneCoordinatesKeepTheirMillimetres) {
   }
 }
 
+// LandXML's units that are no power of one of the nine lengths (acre, hectare, liter,
+// inch, ...) come out as the unknown unit, every factor 1, with one warning each.
 TEST(LandXmlSource, UnitsAreTheKnownUnitsWithTheirTrueFactors) {
   struct Row {
     const char* units;
     int linear, area, volume;
-    double meters_per_unit, square_meters_per_unit;
+    double meters_per_unit, square_meters_per_unit, cubic_meters_per_unit;
+    std::size_t warnings;
   };
   const Row rows[] = {
-      {"", 9, 9, 9, 1, 1},
+      {"", 9, 9, 9, 1, 1, 1, 0},
       {R"(<Metric linearUnit="meter" areaUnit="squareMeter" volumeUnit="cubicMeter"/>)",
-       2, 2, 2, 1, 1},
+       2, 2, 2, 1, 1, 1, 0},
       {R"(<Metric linearUnit="millimeter" areaUnit="squareMillimeter"/>)", 0, 0, 9, 0.001,
-       1e-6},
+       1e-6, 1, 0},
+      {R"(<Metric linearUnit="kilometer" areaUnit="hectare" volumeUnit="liter"/>)", 3, 9,
+       9, 1000, 1, 1, 2},
       {R"(<Imperial linearUnit="foot" areaUnit="squareFoot" volumeUnit="cubicFeet"/>)", 4,
-       4, 4, 0.3048, 0.09290304},
+       4, 4, 0.3048, 0.09290304, 0.028316846592, 0},
       {R"(<Imperial linearUnit="USSurveyFoot" areaUnit="squareFoot" volumeUnit="cubicYard"/>)",
-       7, 4, 5, 1200.0 / 3937.0, 0.09290304},
-      {R"(<Imperial linearUnit="inch" areaUnit="acre" volumeUnit="cubicYard"/>)", 9, 9, 5,
-       1, 1},
+       7, 4, 5, 1200.0 / 3937.0, 0.09290304, 0.764554857984, 0},
+      {R"(<Imperial linearUnit="inch" areaUnit="acre" volumeUnit="acreFeet"/>)", 9, 9, 9,
+       1, 1, 1, 3},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.units);
@@ -290,9 +295,46 @@ TEST(LandXmlSource, UnitsAreTheKnownUnitsWithTheirTrueFactors) {
     EXPECT_EQ(area.type, row.area);
     EXPECT_EQ(volume.type, row.volume);
     EXPECT_EQ(linear.name, gvk::unit_name(row.linear));
+    ASSERT_EQ(volume.conversions.size(), 9u);
     EXPECT_NEAR(linear.conversions[2](), row.meters_per_unit, 1e-15);
     EXPECT_NEAR(area.conversions[2](), row.square_meters_per_unit, 1e-15);
-    EXPECT_EQ(source.warnings().size(), row.linear == 9 && *row.units ? 2u : 0u);
+    EXPECT_NEAR(volume.conversions[2](), row.cubic_meters_per_unit, 1e-15);
+    EXPECT_EQ(source.warnings().size(), row.warnings);
+  }
+}
+
+// What the store writes for each unit it is given, as a source reads it back: a
+// length LandXML cannot name (the arcsecond) writes no <Units>, an area or volume it
+// cannot name becomes the square or cube of the linear unit.
+TEST(LandXmlStore, UnitsReadBackAsWrittenOrAsDocumented) {
+  struct Row {
+    std::int32_t linear, area, volume;
+    std::int32_t read_linear, read_area, read_volume;
+  };
+  const Row rows[] = {{2, 2, 2, 2, 2, 2},
+                      {7, 4, 5, 7, 4, 5},
+                      {0, 9, 8, 0, 0, 0},
+                      {8, 8, 8, 9, 9, 9},
+                      {9, 2, 2, 9, 9, 9}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::Message()
+                 << row.linear << " " << row.area << " " << row.volume);
+    const std::string path = temp_file("store_units.xml");
+    LandXmlStore store(path);
+    store.set_units(gvk::Known<1>(row.linear), gvk::Known<2>(row.area),
+                    gvk::Known<3>(row.volume));
+    ASSERT_TRUE(store.save()) << store.error();
+    LandXmlSource back(path);
+    ASSERT_TRUE(back.load()) << back.error();
+    gvk::Unit<1> linear;
+    gvk::Unit<2> area;
+    gvk::Unit<3> volume;
+    back.get_linear_unit(linear);
+    back.get_area_unit(area);
+    back.get_volume_unit(volume);
+    EXPECT_EQ(linear.type, row.read_linear);
+    EXPECT_EQ(area.type, row.read_area);
+    EXPECT_EQ(volume.type, row.read_volume);
   }
 }
 
