@@ -98,6 +98,16 @@ bool has_landxml_root(const std::string& path);
 // arrays (checked by assert only).
 std::string write_document(const Document& document, const std::string& application);
 
+// Room that write_decimal needs: the longest plain decimal of a double, its sign
+// included, is 327 characters.
+constexpr std::size_t kMaxDecimal = 400;
+
+// Writes `value` at `at` as the shortest plain decimal (never an exponent, which some
+// importers refuse) that reads back to the same double, the text std::to_chars gives
+// with std::chars_format::fixed: "2000000.001", "-0.5", "-0"; "nan" and "inf" for
+// those values. Returns the end of the text. `at` must have kMaxDecimal bytes of room.
+char* write_decimal(char* at, double value);
+
 // Writes write_document's text to `path` through a temporary file beside it that
 // then replaces `path`, so that a failed write leaves an existing file as it was.
 // False with a message naming the path when the file cannot be written.

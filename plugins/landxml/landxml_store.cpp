@@ -2,7 +2,6 @@
 
 #include <gravok/log.h>
 
-#include <charconv>
 #include <utility>
 
 namespace gvk_landxml {
@@ -33,10 +32,8 @@ std::string kind_name(std::int32_t kind) {
 
 // The shortest text that reads back as `value`.
 std::string number_text(double value) {
-  char buffer[400];
-  const auto result =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
-  return std::string(buffer, result.ptr);
+  char buffer[kMaxDecimal];
+  return std::string(buffer, write_decimal(buffer, value));
 }
 
 // Adds the points and features of one kind to `document`.

@@ -12,12 +12,14 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -555,6 +557,47 @@ TEST(LandXmlStore, WritesBreakLinesAndElementsInAbsoluteCoordinates) {
     EXPECT_EQ(
         std::system((std::string(GRAVOK_XMLLINT) + " --noout '" + path + "'").c_str()),
         0);
+  }
+}
+
+// The writer's own number formatting against std::to_chars: coordinates with a few
+// decimals (its fast path), the edges of that path, and random bit patterns.
+TEST(LandXmlWriter, NumbersAreTheShortestTextThatToCharsGives) {
+  std::vector<double> values = {0.0,
+                                -0.0,
+                                0.1 + 0.2,
+                                2000000.001,
+                                -1234.5,
+                                0.000123,
+                                1125899906842623.0,
+                                1125899906842624.0,
+                                112589990684262.35,
+                                9007199254740993.0,
+                                1e22,
+                                1e-7,
+                                5e-324,
+                                1.7976931348623157e308,
+                                std::nan(""),
+                                HUGE_VAL,
+                                -HUGE_VAL};
+  std::mt19937_64 random(15);
+  for (int i = 0; i < 100000; ++i) {
+    const double cents = static_cast<double>(random() % 100000000000ull);
+    values.push_back(cents / std::pow(10.0, static_cast<int>(random() % 12)));
+    const unsigned long long bits = random();
+    double any = 0;
+    std::memcpy(&any, &bits, sizeof any);
+    values.push_back(any);
+  }
+  for (const double value : values) {
+    char expected[gvk_landxml::kMaxDecimal];
+    char written[gvk_landxml::kMaxDecimal];
+    char* end = std::to_chars(expected, expected + sizeof expected, value,
+                              std::chars_format::fixed)
+                    .ptr;
+    ASSERT_EQ(std::string(written, gvk_landxml::write_decimal(written, value)),
+              std::string(expected, end))
+        << std::hexfloat << value;
   }
 }
 
