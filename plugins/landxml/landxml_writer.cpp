@@ -12,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 namespace gvk_landxml {
@@ -320,12 +321,15 @@ void write(Output& out, const Document& document, const std::string& application
 // Writes the document to `path`; false when the file cannot be opened or written.
 bool write_file(const std::string& path, const Document& document,
                 const std::string& application) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
+  struct Close {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "wb"));
   if (!file) return false;
-  Output out(file);
+  Output out(file.get());
   write(out, document, application);
   const bool written = out.flush();
-  return std::fclose(file) == 0 && written;
+  return std::fclose(file.release()) == 0 && written;
 }
 
 }  // namespace
