@@ -24,6 +24,7 @@ constexpr const char* kProviderName = "landxml";
 // of a successful load are logged at warn level.
 class SourceProvider : public gvk::DataSourceProvider {
  public:
+  ~SourceProvider() override;
   bool canHandle(const std::string& location) const override;
   std::string description() const override;
   bool supportsSurface() const override { return true; }
@@ -35,6 +36,7 @@ class SourceProvider : public gvk::DataSourceProvider {
 // that a request for a source passes on to SourceProvider, which reads the file.
 class StoreProvider : public gvk::DataStoreProvider {
  public:
+  ~StoreProvider() override;
   bool canHandle(const std::string& location) const override;
   std::string description() const override;
   std::unique_ptr<gvk::DataSource> createDataSource(
@@ -44,10 +46,14 @@ class StoreProvider : public gvk::DataStoreProvider {
 };
 
 // Registers a SourceProvider and a StoreProvider, both under kProviderName; returns
-// how many were registered (a name already taken keeps its earlier provider).
+// how many were registered (a name already taken keeps its earlier provider, and a
+// second call while the first one's providers are registered registers nothing).
 int register_providers();
-// Unregisters whatever is registered under kProviderName in either registry; returns
-// how many providers were removed.
+// Unregisters the providers that register_providers registered and that are still
+// registered under kProviderName; returns how many it removed. A provider that
+// another party has registered under that name since (after unregistering ours) is
+// left alone, also when it happens to sit at the address ours had: each provider of
+// this module knows when the registry destroys it.
 int unregister_providers();
 
 }  // namespace gvk_landxml

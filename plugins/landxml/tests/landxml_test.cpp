@@ -648,6 +648,48 @@ TEST(LandXmlPlugin, ModuleRegistersProvidersThatOpenLandXmlLocations) {
   EXPECT_TRUE(gvk::dataSourceProviders().empty());
   dlclose(module);
 }
+
+// A host's own provider under "landxml" (the same size as the module's, so it may
+// well take the address of the module's provider that the host unregistered).
+class HostProvider : public gvk::DataSourceProvider {
+ public:
+  bool canHandle(const std::string&) const override { return false; }
+  std::string description() const override { return "the host's own"; }
+  std::unique_ptr<gvk::DataSource> createDataSource(const std::string&) const override {
+    return nullptr;
+  }
+};
+
+TEST(LandXmlPlugin, UnregisterLeavesAProviderItDidNotRegister) {
+  struct Row {
+    const char* name;
+    bool host_first;  // the host registers "landxml" before the module loads
+    int registered, removed;
+  };
+  const Row rows[] = {{"host registered first", true, 1, 1},
+                      {"host replaced the module's", false, 2, 1}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    if (row.host_first) {
+      ASSERT_TRUE(
+          gvk::registerDataSourceProvider("landxml", std::make_unique<HostProvider>()));
+    }
+    void* module = dlopen(GRAVOK_LANDXML_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(module, nullptr) << dlerror();
+    EXPECT_EQ(entry(module, "gravok_plugin_register")(), row.registered);
+    EXPECT_EQ(entry(module, "gravok_plugin_register")(), 0) << "registered once";
+    if (!row.host_first) {
+      ASSERT_TRUE(gvk::unregisterDataSourceProvider("landxml"));
+      ASSERT_TRUE(
+          gvk::registerDataSourceProvider("landxml", std::make_unique<HostProvider>()));
+    }
+    EXPECT_EQ(entry(module, "gravok_plugin_unregister")(), row.removed);
+    dlclose(module);
+    ASSERT_EQ(gvk::dataSourceProviders().size(), 1u);
+    EXPECT_EQ(gvk::dataSourceProviders()[0]->description(), "the host's own");
+    EXPECT_TRUE(gvk::unregisterDataSourceProvider("landxml"));
+  }
+}
 #endif
 
 }  // namespace
