@@ -1,0 +1,121 @@
+// A store that writes a grading problem as a LandXML 1.2 document that design software
+// imports: the existing ground as a TIN surface "Existing ground" with its break
+// lines, the grading elements as points and plan features named by kind, the units,
+// and the host version.
+//
+// The store's origin is (0, 0, 0), so a transfer (copyFrom, copyAllFrom) hands it
+// absolute coordinates, which it writes as they come: northing before easting, in the
+// shortest form that reads back to the same double. The file is written when the bulk
+// operation ends (endBulkOperation) and by save(); setters alone write nothing. The
+// store does not read an existing file: writing replaces it whole. Settings of the
+// optimisation (slopes, limits, objectives, mesh metric) have no place in LandXML and
+// are dropped. A store is used from one thread at a time.
+#ifndef GRAVOK_LANDXML_STORE_H
+#define GRAVOK_LANDXML_STORE_H
+
+#include "landxml_document.h"
+
+#include <gravok/data_store.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace gvk_landxml {
+
+class LandXmlStore : public gvk::DataStore {
+ public:
+  // A store that writes to `path`; nothing is written before save().
+  explicit LandXmlStore(std::string path);
+
+  // Writes the document (see write_document) to the path through a temporary file
+  // that replaces it, so a failed write leaves an existing file as it was. False when
+  // the file cannot be written; error() then names the path and the reason.
+  bool save() const;
+  const std::string& error() const { return m_error; }
+
+  // Saves; a failure is logged at error level with error()'s message.
+  void endBulkOperation() const override;
+
+  // Units: written as <Metric> when the linear unit is metric, <Imperial> otherwise;
+  // an area or volume unit that LandXML cannot name is written as the square or cube
+  // of the linear unit. With an unknown linear unit, or the arcsecond, which is no
+  // length, no <Units> is written. As a source the store reports gvk::Known<N> of the
+  // type ids it was given.
+  void set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                 const gvk::Unit<3>& volume) override;
+  void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
+                   const std::vector<double>& z,
+                   const std::vector<gvk::Triangle>& triangles,
+                   const std::vector<gravok_triangle_info>& triangle_info) override;
+  void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
+  void set_objectives(const std::vector<gravok_objective>& objectives) override;
+
+  // Element setters keep the records of one kind, replacing earlier ones of that kind.
+  // Low points and bounded points are written as <CgPoint> "<Kind> <n>" (n from 1 in
+  // record order; a bounded point's two elevations in its desc), offsets as a plan
+  // feature of one line from the first to the second point. Every other kind carries
+  // its geometry in xs and ys, which only set_transferred_grading_elements receives:
+  // each element with at least two vertices is written as <PlanFeature> "<Kind> <n>"
+  // (a surface zone closed), and elements without coordinates are not written. GUIDs
+  // do not reach a store, so names carry the kind and the number only.
+  void set_low_points(const std::vector<gravok_grading_element>& elements) override;
+  void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
+  void set_offsets(const std::vector<gravok_grading_element>& elements) override;
+  void set_drain_lines(const std::vector<gravok_grading_element>& elements) override;
+  void set_bend_lines(const std::vector<gravok_grading_element>& elements) override;
+  void set_aligned_edges(const std::vector<gravok_grading_element>& elements) override;
+  void set_trizone_polygons(const std::vector<gravok_grading_element>& elements) override;
+  void set_complex_elements(GradingElementType kind,
+                            const std::vector<gravok_grading_element>& elements) override;
+
+  void set_fix_boundary(bool) override {}
+  void set_max_slope(double) override {}
+  void set_min_slope(double) override {}
+  void set_volume_constraint(VolumeConstraint) override {}
+  void set_max_slopes(const std::vector<double>&) override {}
+  void set_min_slopes(const std::vector<double>&) override {}
+  void set_mesh_metric(mesh_metric) override {}
+  void set_max_iteration_count(long long) override {}
+  void set_epsilon(double) override {}
+
+  // The complete transfer: units, break lines and host version as their setters
+  // take them; the elements of every kind (Unclassified included) with their xs and
+  // ys. Complex-element data has no place in LandXML and is dropped.
+  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                             const gvk::Unit<3>& volume) override;
+  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
+  void set_transferred_grading_elements(
+      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
+      const std::vector<std::vector<double>>& xs,
+      const std::vector<std::vector<double>>& ys,
+      const ComplexElementData& complex_data) override;
+  // Written as the desc of the document's <Application>.
+  void set_hostcad_version(const std::string& version) override;
+
+  // As a source the store answers what it holds, in absolute coordinates (origin 0).
+  void get_linear_unit(gvk::Unit<1>& unit) const override;
+  void get_area_unit(gvk::Unit<2>& unit) const override;
+  void get_volume_unit(gvk::Unit<3>& unit) const override;
+  void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
+                   std::vector<gvk::Triangle>& triangles,
+                   std::vector<gravok_triangle_info>& triangle_info) override;
+  void get_break_lines(std::vector<gravok_line_3d>& lines) const override;
+  std::string get_hostcad_version() const override { return m_document.application; }
+
+ private:
+  struct Kind {
+    std::vector<gravok_grading_element> records;
+    std::vector<std::vector<double>> xs, ys;
+  };
+  std::string m_path;
+  // One surface, the units and the host version; save() rebuilds its points and
+  // features from m_kinds each time it writes.
+  mutable Document m_document;
+  std::map<std::int32_t, Kind> m_kinds;
+  mutable std::string m_error;
+};
+
+}  // namespace gvk_landxml
+
+#endif  // GRAVOK_LANDXML_STORE_H
