@@ -134,6 +134,11 @@ TEST_F(Registry, ListsStoreProvidersFirstThenSourceProvidersEachInByteOrder) {
                                                    "Site", "shared", "site", "site "}));
   EXPECT_EQ(names(gvk::dataStoreProviders()),
             (std::vector<std::string>{"shared", "zeta"}));
+  // The name lists hold each registry alone, in the listing's order.
+  EXPECT_EQ(gvk::dataStoreProviderNames(), (std::vector<std::string>{"shared", "zeta"}));
+  EXPECT_EQ(
+      gvk::dataSourceProviderNames(),
+      (std::vector<std::string>{"", " site", "SITE", "Site", "shared", "site", "site "}));
   for (std::size_t i = 0; i < list.size(); ++i) {
     EXPECT_EQ(list[i]->supportsSurface(), i < 2) << "default by provider kind";
   }

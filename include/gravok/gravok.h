@@ -9,6 +9,7 @@
 #include <gravok/log.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/offset_data_source.h>
+#include <gravok/plugin.h>
 #include <gravok/poly_file.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>

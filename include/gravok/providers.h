@@ -110,6 +110,13 @@ GRAVOK_API bool unregisterDataStoreProvider(std::string name);
 GRAVOK_API std::vector<const DataStoreProvider*> dataStoreProviders();
 GRAVOK_API std::unique_ptr<DataStore> createDataStore(const std::string& location);
 
+// The names registered in the source-provider registry, in ascending order (plain byte
+// comparison), the order in which dataSourceProviders() lists these providers after
+// the store providers. Store providers are not among them: their names come from
+// dataStoreProviderNames(), which lists the store-provider registry the same way.
+GRAVOK_API std::vector<std::string> dataSourceProviderNames();
+GRAVOK_API std::vector<std::string> dataStoreProviderNames();
+
 }  // namespace gvk
 
 #endif  // GRAVOK_PROVIDERS_H

@@ -39,6 +39,15 @@ Out fill(const Registry<Provider>& registry, Out out) {
   return out;
 }
 
+// The registry's names in ascending order, sized first as the provider lists are.
+template <class Provider>
+std::vector<std::string> names_of(const Registry<Provider>& registry) {
+  std::vector<std::string> names(registry.size());
+  auto out = names.begin();
+  for (const auto& entry : registry) *out++ = entry.first;
+  return names;
+}
+
 // Offers `location` to each provider in list order; the first that accepts it and
 // makes an object wins. A provider that accepts but makes nothing is passed over.
 template <class Object, class Provider>
@@ -70,6 +79,8 @@ std::vector<const DataSourceProvider*> dataSourceProviders() {
   return list;
 }
 
+std::vector<std::string> dataSourceProviderNames() { return names_of(source_registry()); }
+
 std::unique_ptr<DataSource> createDataSource(const std::string& location) {
   return first_made(dataSourceProviders(), location,
                     &DataSourceProvider::createDataSource);
@@ -89,6 +100,8 @@ std::vector<const DataStoreProvider*> dataStoreProviders() {
   fill(store_registry(), list.begin());
   return list;
 }
+
+std::vector<std::string> dataStoreProviderNames() { return names_of(store_registry()); }
 
 std::unique_ptr<DataStore> createDataStore(const std::string& location) {
   return first_made(dataStoreProviders(), location, &DataStoreProvider::createDataStore);

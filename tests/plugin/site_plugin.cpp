@@ -1,22 +1,18 @@
 // A host plug-in, built as its own shared module against the installed interface the
 // way third-party plug-ins are: it offers a source of survey sites in state-plane
 // coordinates ("site:<name>") and a store of projects with a local origin
-// ("local-origin:<x>,<y>,<z>"), and registers both providers from one C function.
+// ("local-origin:<x>,<y>,<z>"), and registers both providers from its register entry
+// point.
 //
 // Both are the tests' recording doubles, so they answer back what they hold.
 #include <gravok/gravok.h>
+#include <gravok/plugin.h>
 
 #include "../recording_store.h"
 
 #include <cstdio>
 #include <memory>
 #include <string>
-
-#if defined(_WIN32)
-#define GRAVOK_PLUGIN_EXPORT __declspec(dllexport)
-#else
-#define GRAVOK_PLUGIN_EXPORT __attribute__((visibility("default")))
-#endif
 
 namespace {
 
@@ -96,7 +92,7 @@ class ProjectProvider : public gvk::DataStoreProvider {
 }  // namespace
 
 // Registers the plug-in's two providers; returns how many registrations succeeded.
-extern "C" GRAVOK_PLUGIN_EXPORT int gravok_site_plugin_register() {
+GRAVOK_PLUGIN_EXPORT int gravok_plugin_register() {
   int added =
       gvk::registerDataSourceProvider(kSiteProvider, std::make_unique<SiteProvider>());
   added += gvk::registerDataStoreProvider(kProjectProvider,
@@ -104,10 +100,10 @@ extern "C" GRAVOK_PLUGIN_EXPORT int gravok_site_plugin_register() {
   return added;
 }
 
-// Unregisters both providers; returns how many were removed. A host calls it before
-// unloading the module, since the registries would otherwise destroy the providers
+// Unregisters both providers; returns how many were removed. The host calls it before
+// it unloads the module, since the registries would otherwise destroy the providers
 // after their code is gone.
-extern "C" GRAVOK_PLUGIN_EXPORT int gravok_site_plugin_unregister() {
+GRAVOK_PLUGIN_EXPORT int gravok_plugin_unregister() {
   int removed = gvk::unregisterDataSourceProvider(kSiteProvider);
   removed += gvk::unregisterDataStoreProvider(kProjectProvider);
   return removed;
