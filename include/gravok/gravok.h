@@ -7,6 +7,7 @@
 #include <gravok/element_types.h>
 #include <gravok/export.h>
 #include <gravok/log.h>
+#include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/offset_data_source.h>
 #include <gravok/plugin.h>
