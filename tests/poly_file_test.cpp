@@ -46,12 +46,25 @@ std::string read_file(const fs::path& path) {
   return bytes.str();
 }
 
-// Reads through the library into outputs that hold stale values, which the reader
+// Reads through PolyFile::read into outputs that hold stale values, which the reader
 // must discard.
+PolyRead read_without_exit(const fs::path& path, gvk::PolyReadResult& result) {
+  PolyRead r{{9, 9}, {9}, {9, 9, 9}, {{1, 2, 3}}, {7, 7}};
+  result = gvk::PolyFile::read(path.string(), r.x, r.y, r.z, r.triangles, r.boundary);
+  return r;
+}
+
+// Reads through from_file likewise, and through read, which must report success and
+// give the same outputs wherever from_file returns.
 PolyRead read_poly(const fs::path& path) {
   PolyRead r{{9, 9}, {9}, {9, 9, 9}, {{1, 2, 3}}, {7, 7}};
   EXPECT_TRUE(
       gvk::PolyFile::from_file(path.string(), r.x, r.y, r.z, r.triangles, r.boundary));
+  gvk::PolyReadResult result;
+  const PolyRead again = read_without_exit(path, result);
+  EXPECT_TRUE(result) << result.message;
+  EXPECT_EQ(result.message, "");
+  expect_same_read(again, r);
   return r;
 }
 
@@ -133,30 +146,49 @@ TEST_F(PolyFileTest, HugeCountsReturnAtOnce) {
 
 using PolyFileDeathTest = PolyFileTest;
 
-TEST_F(PolyFileDeathTest, UnreadableFilesEndTheProcessSilentlyWithStatusOne) {
+// Each fault from_file ends the process on, which read reports with its line.
+TEST_F(PolyFileDeathTest, UnreadableFilesEndTheProcessOrAreReportedByRead) {
+  using R = gvk::PolyReadResult;
   struct Case {
     std::string name;
     std::string text;
+    R::Status status;
+    unsigned long long line;
   };
   const Case cases[] = {
-      {"empty file", ""},
-      {"blank first line", "\n0 0 0 0 0\n"},
-      {"count does not parse", "four 2 1 1\n"},
-      {"count overflows 64 bits", "18446744073709551616\n"},
-      {"vertex line with four fields", "1 2 1 1\n0 0 0 5\n"},
-      {"blank vertex line", "2 2 1 1\n0 0 0 5 1\n\n"},
-      {"vertex number beyond 32 bits", "1\n2147483648 0 0 5 1\n"},
-      {"coordinate reads inf", "1\n0 inf 0 5 1\n"},
-      {"coordinate reads nan", "1\n0 0 nan 5 1\n"},
-      {"exponent without digits", "1\n0 1e 0 5 1\n"},
-      {"coordinate overflows", "1\n0 1e400 0 5 1\n"},
-      {"marker .5 is no integer", "1\n0 1 2 3 .5\n"},
+      {"empty file", "", R::empty, 0},
+      {"blank first line", "\n0 0 0 0 0\n", R::bad_vertex_count, 1},
+      {"count does not parse", "four 2 1 1\n", R::bad_vertex_count, 1},
+      {"count overflows 64 bits", "18446744073709551616\n", R::bad_vertex_count, 1},
+      {"vertex line with four fields", "1 2 1 1\n0 0 0 5\n", R::bad_vertex_line, 2},
+      {"blank vertex line", "2 2 1 1\n0 0 0 5 1\n\n", R::bad_vertex_line, 3},
+      {"vertex number beyond 32 bits", "1\n2147483648 0 0 5 1\n", R::bad_vertex_line, 2},
+      {"coordinate reads inf", "1\n0 inf 0 5 1\n", R::bad_vertex_line, 2},
+      {"coordinate reads nan", "1\n0 0 nan 5 1\n", R::bad_vertex_line, 2},
+      {"exponent without digits", "1\n0 1e 0 5 1\n", R::bad_vertex_line, 2},
+      {"coordinate overflows", "1\n0 1e400 0 5 1\n", R::bad_vertex_line, 2},
+      {"marker .5 is no integer", "3\n0 1 2 3 4\n1 1 2 3 4\n0 1 2 3 .5\n",
+       R::bad_vertex_line, 4},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     const fs::path path = file("bad.poly", c.text);
     EXPECT_EXIT(read_poly(path), testing::ExitedWithCode(1), "^$");
+    R result;
+    const PolyRead r = read_without_exit(path, result);
+    EXPECT_EQ(result.status, c.status);
+    EXPECT_EQ(result.line, c.line);
+    const std::string where =
+        path.string() + (c.line == 0 ? ":" : ":" + std::to_string(c.line) + ":");
+    EXPECT_EQ(result.message.rfind(where, 0), 0u) << result.message;
+    EXPECT_TRUE(r.x.empty() && r.y.empty() && r.z.empty() && r.boundary.empty());
   }
+  R result;
+  read_without_exit(m_dir / "missing.poly", result);
+  EXPECT_EQ(result.status, R::cannot_open);
+  EXPECT_EQ(result.message, (m_dir / "missing.poly").string() + ": cannot open the file");
+  read_without_exit(m_dir, result);
+  EXPECT_EQ(result.status, R::empty);
   EXPECT_EXIT(read_poly(m_dir / "missing.poly"), testing::ExitedWithCode(1), "^$");
   EXPECT_EXIT(read_poly(m_dir), testing::ExitedWithCode(1), "^$");
 }
@@ -282,8 +314,14 @@ class PolyFileFuzz : public PolyFileTest {
       g_reading = &text;
       expect_same_read(read_poly(path), expected);
       g_reading = nullptr;
-    } else if (m_exits_checked++ < 250) {
-      EXPECT_EXIT(read_poly(path), testing::ExitedWithCode(1), "^$");
+    } else {
+      gvk::PolyReadResult result;
+      const PolyRead r = read_without_exit(path, result);
+      EXPECT_FALSE(result);
+      EXPECT_TRUE(r.x.empty() && r.boundary.empty());
+      if (m_exits_checked++ < 250) {
+        EXPECT_EXIT(read_poly(path), testing::ExitedWithCode(1), "^$");
+      }
     }
   }
 

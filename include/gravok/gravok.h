@@ -15,6 +15,7 @@
 #include <gravok/providers.h>
 #include <gravok/records.h>
 #include <gravok/text.h>
+#include <gravok/triangle_files.h>
 #include <gravok/units.h>
 
 #endif  // GRAVOK_GRAVOK_H

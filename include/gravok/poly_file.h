@@ -15,6 +15,24 @@
 
 namespace gvk {
 
+// What PolyFile::read found. `status` is ok when the file was read; otherwise it
+// names the fault, `line` is the 1-based line it lies on (0 when it concerns the
+// whole file) and `message` says it in words, starting with the path ("site.poly:3:
+// vertex line does not parse ..."). `message` is empty when the status is ok.
+struct PolyReadResult {
+  enum Status {
+    ok = 0,
+    cannot_open = 1,       // the file cannot be opened
+    empty = 2,             // the file holds no line at all (or cannot be read)
+    bad_vertex_count = 3,  // the first line does not start with a vertex count
+    bad_vertex_line = 4,   // a vertex line does not parse into its five fields
+  };
+  Status status = ok;
+  unsigned long long line = 0;
+  std::string message;
+  explicit operator bool() const noexcept { return status == ok; }
+};
+
 class GRAVOK_API PolyFile {
  public:
   // Reads the file at `path`, line by line, each line's fields as the standard
@@ -39,7 +57,8 @@ class GRAVOK_API PolyFile {
   // Outcomes of bad input:
   // - the file cannot be opened or read, it is empty, the vertex count does not
   //   parse, or a vertex line that exists does not parse into its five fields: the
-  //   process ends with std::exit(1), without a message; the call never returns;
+  //   process ends with std::exit(1), without a message; the call never returns
+  //   (read below reports these faults instead);
   // - fewer vertex lines than N: those present are kept, the boundary is empty (no
   //   time or memory is spent on lines that are not there, whatever N says);
   // - a missing or unparsable segment header: the boundary is empty;
@@ -54,6 +73,21 @@ class GRAVOK_API PolyFile {
                         std::vector<double>& y, std::vector<double>& z,
                         std::vector<Triangle>& triangles,
                         std::vector<unsigned long long>& boundary);
+
+  // Reads `path` exactly as from_file does and gives exactly its outputs, but where
+  // from_file ends the process it returns instead, with the fault named: cannot_open
+  // (line 0), empty (line 0; a directory reads as empty too), bad_vertex_count (line
+  // 1) or bad_vertex_line (the line of the first vertex line that does not parse,
+  // counting the header as line 1). All five outputs are then empty. Every other
+  // outcome of from_file (short sections, unparsable segment lines, open chains) is
+  // a result with status ok and the outputs from_file gives. Safe on any file a
+  // user supplies: the process never ends and nothing is allocated for lines that
+  // are not there. For Triangle's own layouts with comments, attributes and holes,
+  // see gravok/triangle_files.h.
+  static PolyReadResult read(const std::string& path, std::vector<double>& x,
+                             std::vector<double>& y, std::vector<double>& z,
+                             std::vector<Triangle>& triangles,
+                             std::vector<unsigned long long>& boundary);
 
   // Writes stem + ".1.node" and stem + ".1.ele", where the stem is `basename` without
   // everything from its last "." on (the whole of it when there is none; the search

@@ -22,6 +22,9 @@ class LineReader {
   // the file or when reading fails, and from then on.
   bool next(classic_fields::Cursor& line);
 
+  // Whether the file could be opened.
+  bool opened() const { return m_file.is_open(); }
+
  private:
   bool fill();
 

@@ -1,4 +1,5 @@
-// PolyFile::from_file: vertices and the closed boundary of a .poly file.
+// PolyFile::read and PolyFile::from_file: vertices and the closed boundary of a .poly
+// file; from_file ends the process where read reports a fault.
 #include <gravok/poly_file.h>
 
 #include "boundary_walk.h"
@@ -6,14 +7,13 @@
 #include "line_reader.h"
 
 #include <cstdlib>
+#include <string>
+#include <utility>
 
 namespace gvk {
 namespace {
 
 using classic_fields::Cursor;
-
-// A file that cannot be read ends the process, silently, as callers expect.
-[[noreturn]] void end_process() { std::exit(1); }
 
 struct Vertex {
   double x, y, z;
@@ -44,16 +44,51 @@ bool read_count(LineReader& lines, unsigned long long& count) {
 }
 
 // Reads up to `count` vertex lines; missing lines at the end of the file are
-// skipped without counting on, since no line can follow them.
-void read_vertices(LineReader& lines, unsigned long long count, std::vector<double>& x,
-                   std::vector<double>& y, std::vector<double>& z) {
+// skipped without counting on, since no line can follow them. Returns the 0-based
+// position of the first vertex line that does not parse, or `count` when all that
+// are present parse.
+unsigned long long read_vertices(LineReader& lines, unsigned long long count,
+                                 std::vector<double>& x, std::vector<double>& y,
+                                 std::vector<double>& z) {
   Cursor line{};
   for (unsigned long long k = 0; k < count && lines.next(line); ++k) {
     Vertex v{};
-    if (!parse_vertex(line, v)) end_process();
+    if (!parse_vertex(line, v)) return k;
     x.push_back(v.x);
     y.push_back(v.y);
     z.push_back(v.z);
+  }
+  return count;
+}
+
+PolyReadResult fault(PolyReadResult::Status status, unsigned long long line,
+                     std::string message) {
+  PolyReadResult result;
+  result.status = status;
+  result.line = line;
+  result.message = std::move(message);
+  return result;
+}
+
+// Empties the outputs and names the fault.
+PolyReadResult failed(const std::string& path, PolyReadResult::Status status,
+                      unsigned long long line, std::vector<double>& x,
+                      std::vector<double>& y, std::vector<double>& z) {
+  x.clear();
+  y.clear();
+  z.clear();
+  switch (status) {
+    case PolyReadResult::cannot_open:
+      return fault(status, 0, path + ": cannot open the file");
+    case PolyReadResult::empty:
+      return fault(status, 0, path + ": the file is empty or cannot be read");
+    case PolyReadResult::bad_vertex_count:
+      return fault(status, 1,
+                   path + ":1: the first line does not start with a vertex count");
+    default:
+      return fault(status, line,
+                   path + ":" + std::to_string(line) +
+                       ": vertex line does not parse as \"number x y z marker\"");
   }
 }
 
@@ -69,23 +104,40 @@ void read_segments(LineReader& lines, unsigned long long count, SegmentTable& ta
 
 }  // namespace
 
-bool PolyFile::from_file(const std::string& path, std::vector<double>& x,
-                         std::vector<double>& y, std::vector<double>& z,
-                         std::vector<Triangle>& triangles,
-                         std::vector<unsigned long long>& boundary) {
+PolyReadResult PolyFile::read(const std::string& path, std::vector<double>& x,
+                              std::vector<double>& y, std::vector<double>& z,
+                              std::vector<Triangle>& triangles,
+                              std::vector<unsigned long long>& boundary) {
   x.clear();
   y.clear();
   z.clear();
   triangles.clear();
   boundary.clear();
   LineReader lines(path);
+  if (!lines.opened()) return failed(path, PolyReadResult::cannot_open, 0, x, y, z);
+  Cursor first{};
+  if (!lines.next(first)) return failed(path, PolyReadResult::empty, 0, x, y, z);
   unsigned long long count = 0;
-  if (!read_count(lines, count)) end_process();
-  read_vertices(lines, count, x, y, z);
-  if (!read_count(lines, count)) return true;
+  if (!classic_fields::read_uint64(first, count)) {
+    return failed(path, PolyReadResult::bad_vertex_count, 1, x, y, z);
+  }
+  const unsigned long long bad = read_vertices(lines, count, x, y, z);
+  if (bad != count)
+    return failed(path, PolyReadResult::bad_vertex_line, bad + 2, x, y, z);
+  if (!read_count(lines, count)) return PolyReadResult{};
   SegmentTable table;
   read_segments(lines, count, table);
   table.walk(boundary);
+  return PolyReadResult{};
+}
+
+// Ends the process, silently, where read reports a fault, as callers of from_file
+// expect.
+bool PolyFile::from_file(const std::string& path, std::vector<double>& x,
+                         std::vector<double>& y, std::vector<double>& z,
+                         std::vector<Triangle>& triangles,
+                         std::vector<unsigned long long>& boundary) {
+  if (!read(path, x, y, z, triangles, boundary)) std::exit(1);
   return true;
 }
 
