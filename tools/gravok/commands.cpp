@@ -77,8 +77,11 @@ std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
   std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location);
   if (!source) {
     const std::string reason = builtin_open_error(location);
-    std::cerr << "gravok: cannot open " << location << ": "
-              << (reason.empty() ? "no provider opens this location" : reason) << "\n";
+    if (reason.empty()) {
+      std::cerr << "gravok: cannot open " << location << ": no provider opens it\n";
+    } else {
+      std::cerr << "gravok: " << reason << "\n";
+    }
   }
   return source;
 }
@@ -87,9 +90,12 @@ std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
   std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location);
   if (!store) {
     const std::string reason = builtin_open_error(location);
-    std::cerr << "gravok: cannot open " << location << " as a store: "
-              << (reason.empty() ? "no store provider opens this location" : reason)
-              << "\n";
+    if (reason.empty()) {
+      std::cerr << "gravok: cannot open " << location << " as a store: no store provider "
+                << "opens it\n";
+    } else {
+      std::cerr << "gravok: " << reason << "\n";
+    }
   }
   return store;
 }
@@ -123,7 +129,8 @@ int inspect(const Options& o) {
   if (o.json) {
     std::cout << "{\"location\": " << json_string(o.location) << ", \"findings\": [";
     for (std::size_t i = 0; i < findings.size(); ++i) {
-      std::cout << (i ? ",\n  " : "\n  ") << "{\"check\": " << json_string(findings[i].check)
+      std::cout << (i ? ",\n  " : "\n  ")
+                << "{\"check\": " << json_string(findings[i].check)
                 << ", \"where\": " << json_string(findings[i].where)
                 << ", \"what\": " << json_string(findings[i].what) << "}";
     }
@@ -212,8 +219,9 @@ int roundtrip(const Options& o) {
   progress.step("");
   const std::vector<std::string> differences = compare_problems(wanted, actual);
   for (const std::string& line : differences) std::cout << line << "\n";
-  std::cout << (differences.empty() ? "nothing lost\n"
-                                    : std::to_string(differences.size()) + " differences\n");
+  std::cout << (differences.empty()
+                    ? "nothing lost\n"
+                    : std::to_string(differences.size()) + " differences\n");
   return differences.empty() ? kSuccess : kFailed;
 }
 
@@ -242,7 +250,8 @@ int mesh_clean(const Options& o) {
   }();
   if (!unsafe.empty()) {
     // The mesh tools rely on valid indices and full coordinate arrays.
-    for (const Finding& f : unsafe) std::cerr << "gravok: " << f.where << ": " << f.what << "\n";
+    for (const Finding& f : unsafe)
+      std::cerr << "gravok: " << f.where << ": " << f.what << "\n";
     return kFailed;
   }
   {

@@ -29,12 +29,9 @@ std::vector<std::pair<double, double>> record_points(GradingElementType kind,
                                                      const gravok_grading_element& e) {
   switch (kind) {
     case LowPoint:
-    case BoundedPoint:
-      return {{e.location[0], e.location[1]}};
-    case Offset:
-      return {{e.location[1], e.location[2]}, {e.location[4], e.location[5]}};
-    default:
-      return {};
+    case BoundedPoint: return {{e.location[0], e.location[1]}};
+    case Offset: return {{e.location[1], e.location[2]}, {e.location[4], e.location[5]}};
+    default: return {};
   }
 }
 
@@ -57,7 +54,8 @@ class PlanLocator {
         m_y1 = std::max(m_y1, p.y[v]);
       }
     }
-    m_cells = static_cast<std::size_t>(std::sqrt(static_cast<double>(m_usable.size()))) + 1;
+    m_cells =
+        static_cast<std::size_t>(std::sqrt(static_cast<double>(m_usable.size()))) + 1;
     m_start.assign(m_cells * m_cells + 1, 0);
     for (int pass = 0; pass < 2; ++pass) {
       std::vector<std::size_t> fill(m_start.begin(), m_start.end() - 1);
@@ -121,7 +119,8 @@ class PlanLocator {
   }
   bool inside(const gvk::Triangle& t, double px, double py) const {
     const auto side = [&](unsigned long long a, unsigned long long b) {
-      return (m_p.x[b] - m_p.x[a]) * (py - m_p.y[a]) - (m_p.y[b] - m_p.y[a]) * (px - m_p.x[a]);
+      return (m_p.x[b] - m_p.x[a]) * (py - m_p.y[a]) -
+             (m_p.y[b] - m_p.y[a]) * (px - m_p.x[a]);
     };
     const double s0 = side(t[0], t[1]), s1 = side(t[1], t[2]), s2 = side(t[2], t[0]);
     return (s0 >= 0 && s1 >= 0 && s2 >= 0) || (s0 <= 0 && s1 <= 0 && s2 <= 0);
@@ -144,9 +143,9 @@ class Checker {
   void mesh(double tolerance) {
     for (const gvk::MeshFinding& f :
          gvk::check_mesh(m_p.x, m_p.y, m_p.z, m_p.triangles, tolerance)) {
-      static const char* const keys[] = {"missing-coordinates", "index-out-of-range",
+      static const char* const keys[] = {"missing-coordinates",   "index-out-of-range",
                                          "non-finite-coordinate", "zero-area",
-                                         "unused-vertex", "welded-vertex"};
+                                         "unused-vertex",         "welded-vertex"};
       const auto k = static_cast<std::size_t>(f.kind);
       const std::string message = gvk::mesh_finding_message(f);
       const std::size_t colon = message.find(": ");
@@ -178,7 +177,8 @@ class Checker {
       }
       if (!has_lists(kind)) continue;
       const std::string where = kind_name(kind);
-      if (data.xs.size() != data.elements.size() || data.ys.size() != data.elements.size()) {
+      if (data.xs.size() != data.elements.size() ||
+          data.ys.size() != data.elements.size()) {
         add("list-count", where,
             std::to_string(data.elements.size()) + " elements but " +
                 std::to_string(data.xs.size()) + " x lists and " +
@@ -210,7 +210,8 @@ class Checker {
           std::to_string(m_p.max_slopes.size()) + " maximum slopes but " +
               std::to_string(m_p.min_slopes.size()) + " minimum slopes");
     check("non-finite-origin",
-          !std::isfinite(m_p.xorig) || !std::isfinite(m_p.yorig) || !std::isfinite(m_p.zorig),
+          !std::isfinite(m_p.xorig) || !std::isfinite(m_p.yorig) ||
+              !std::isfinite(m_p.zorig),
           "the origin (" + number(m_p.xorig) + ", " + number(m_p.yorig) + ", " +
               number(m_p.zorig) + ") is not finite");
     check("iteration-count", m_p.max_iteration_count <= 0,
@@ -253,13 +254,15 @@ class Checker {
         points.emplace_back(xs[k], ys[k]);
       }
     }
-    if (m_locator.empty()) return;
     for (std::size_t k = 0; k < points.size(); ++k) {
       const auto [px, py] = points[k];
       if (!std::isfinite(px) || !std::isfinite(py)) {
+        // A point kind's record has been reported above already.
+        if (!has_lists(kind)) continue;
         add("non-finite-coordinate", where,
-            "point " + std::to_string(k) + " is (" + number(px) + ", " + number(py) + ")");
-      } else if (!m_locator.covers(px, py)) {
+            "point " + std::to_string(k) + " is (" + number(px) + ", " + number(py) +
+                ")");
+      } else if (!m_locator.empty() && !m_locator.covers(px, py)) {
         add("outside-mesh", where,
             "point " + std::to_string(k) + " (" + number(px) + ", " + number(py) +
                 ") lies outside the mesh");
@@ -334,8 +337,8 @@ std::string summarise_problem(const Problem& p) {
         << ", z " << lo[2] << " to " << hi[2] << " (local)";
   }
   out << "\n";
-  out << "break lines: " << p.break_lines.size() << ", objectives: " << p.objectives.size()
-      << "\n";
+  out << "break lines: " << p.break_lines.size()
+      << ", objectives: " << p.objectives.size() << "\n";
   out << "elements:";
   bool none = true;
   for (const auto& [kind, data] : p.kinds) {

@@ -69,7 +69,8 @@ int main(int argc, char** argv) {
                       "report vertices that weld within this plan distance (default 0)");
   inspect->add_flag("--json", o.json, "print the findings as JSON");
 
-  CLI::App* copy = app.add_subcommand("copy", "copy a problem from a source into a store");
+  CLI::App* copy =
+      app.add_subcommand("copy", "copy a problem from a source into a store");
   copy->add_option("source", o.location, "the location to read")->required();
   copy->add_option("store", o.target, "the location to write")->required();
   copy->add_flag("--records-only", o.records_only,

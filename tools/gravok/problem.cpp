@@ -47,6 +47,9 @@ class Differences {
   void value(const std::string& path, long long a, long long b) {
     if (a != b) add(path, std::to_string(a), std::to_string(b));
   }
+  void value(const std::string& path, std::int32_t a, std::int32_t b) {
+    value(path, static_cast<long long>(a), static_cast<long long>(b));
+  }
   void value(const std::string& path, const std::string& a, const std::string& b) {
     if (a != b) add(path, "\"" + a + "\"", "\"" + b + "\"");
   }
@@ -232,8 +235,10 @@ std::vector<std::string> compare_problems(const Problem& a, const Problem& b) {
   d.value("/mesh_metric/kind", static_cast<long long>(a.metric.kind),
           static_cast<long long>(b.metric.kind));
   d.value("/mesh_metric/value", a.metric.value, b.metric.value);
-  d.value("/mesh_metric/flag_a", a.metric.flag_a ? 1LL : 0LL, b.metric.flag_a ? 1LL : 0LL);
-  d.value("/mesh_metric/flag_b", a.metric.flag_b ? 1LL : 0LL, b.metric.flag_b ? 1LL : 0LL);
+  d.value("/mesh_metric/flag_a", a.metric.flag_a ? 1LL : 0LL,
+          b.metric.flag_a ? 1LL : 0LL);
+  d.value("/mesh_metric/flag_b", a.metric.flag_b ? 1LL : 0LL,
+          b.metric.flag_b ? 1LL : 0LL);
   d.value("/origin/x", a.xorig, b.xorig);
   d.value("/origin/y", a.yorig, b.yorig);
   d.value("/origin/z", a.zorig, b.zorig);
@@ -290,7 +295,8 @@ Problem generated_problem() {
     objective.data[b] = static_cast<unsigned char>(255 - b);
   }
   p.objectives = {objective, gravok_objective{}};
-  p.break_lines = {{0.5, 1.5, 100.25, 20.0, 14.0, nan}, {-huge, huge, inf, -inf, 0, -0.0}};
+  p.break_lines = {{0.5, 1.5, 100.25, 20.0, 14.0, nan},
+                   {-huge, huge, inf, -inf, 0, -0.0}};
   unsigned char fill = 1;
   for (const GradingElementType kind : problem_kinds()) {
     KindData& data = p.kinds[kind];
@@ -339,14 +345,14 @@ void ProblemStore::get_volume_unit(gvk::Unit<3>& unit) const {
   assign_unit(m_problem.volume, unit);
 }
 void ProblemStore::get_surfaces(std::vector<unsigned long long>& ids,
-                                 std::vector<std::string>& names) const {
+                                std::vector<std::string>& names) const {
   append(ids, m_problem.surface_ids);
   append(names, m_problem.surface_names);
 }
 void ProblemStore::get_eg_data(std::vector<double>& x, std::vector<double>& y,
-                                std::vector<double>& z,
-                                std::vector<gvk::Triangle>& triangles,
-                                std::vector<gravok_triangle_info>& triangle_info) {
+                               std::vector<double>& z,
+                               std::vector<gvk::Triangle>& triangles,
+                               std::vector<gravok_triangle_info>& triangle_info) {
   append(x, m_problem.x);
   append(y, m_problem.y);
   append(z, m_problem.z);
@@ -360,8 +366,8 @@ void ProblemStore::get_break_lines(std::vector<gravok_line_3d>& lines) const {
   append(lines, m_problem.break_lines);
 }
 void ProblemStore::deliver(GradingElementType kind,
-                            std::vector<gravok_grading_element>& elements, Lists* xs,
-                            Lists* ys) const {
+                           std::vector<gravok_grading_element>& elements, Lists* xs,
+                           Lists* ys) const {
   const auto found = m_problem.kinds.find(kind);
   if (found == m_problem.kinds.end()) return;
   append(elements, found->second.elements);
@@ -369,7 +375,7 @@ void ProblemStore::deliver(GradingElementType kind,
   if (ys) append(*ys, found->second.ys);
 }
 void ProblemStore::get_unclassified(std::vector<gravok_grading_element>& elements,
-                                     Lists& xs, Lists& ys) const {
+                                    Lists& xs, Lists& ys) const {
   deliver(Unclassified, elements, &xs, &ys);
 }
 void ProblemStore::get_low_points(std::vector<gravok_grading_element>& elements) const {
@@ -383,25 +389,25 @@ void ProblemStore::get_offsets(std::vector<gravok_grading_element>& elements) co
   deliver(Offset, elements, nullptr, nullptr);
 }
 void ProblemStore::get_drain_lines(std::vector<gravok_grading_element>& elements,
-                                    Lists& xs, Lists& ys) const {
+                                   Lists& xs, Lists& ys) const {
   deliver(DrainLine, elements, &xs, &ys);
 }
 void ProblemStore::get_bend_lines(std::vector<gravok_grading_element>& elements,
-                                   Lists& xs, Lists& ys) const {
+                                  Lists& xs, Lists& ys) const {
   deliver(BendLine, elements, &xs, &ys);
 }
 void ProblemStore::get_aligned_edges(std::vector<gravok_grading_element>& elements,
-                                      Lists& xs, Lists& ys) const {
+                                     Lists& xs, Lists& ys) const {
   deliver(AlignedEdge, elements, &xs, &ys);
 }
 void ProblemStore::get_trizone_polygons(std::vector<gravok_grading_element>& elements,
-                                         Lists& xs, Lists& ys) const {
+                                        Lists& xs, Lists& ys) const {
   deliver(SurfaceZone, elements, &xs, &ys);
 }
 void ProblemStore::get_complex_elements(GradingElementType kind,
-                                         std::vector<gravok_grading_element>& elements,
-                                         Lists& xs, Lists& ys,
-                                         ComplexElementData& complex_data) const {
+                                        std::vector<gravok_grading_element>& elements,
+                                        Lists& xs, Lists& ys,
+                                        ComplexElementData& complex_data) const {
   deliver(kind, elements, &xs, &ys);
   const auto found = m_problem.kinds.find(kind);
   if (found != m_problem.kinds.end()) complex_data = found->second.complex_data;
@@ -459,7 +465,8 @@ void ProblemStore::set_drain_lines(const std::vector<gravok_grading_element>& el
 void ProblemStore::set_bend_lines(const std::vector<gravok_grading_element>& elements) {
   m_problem.kinds[BendLine].elements = elements;
 }
-void ProblemStore::set_aligned_edges(const std::vector<gravok_grading_element>& elements) {
+void ProblemStore::set_aligned_edges(
+    const std::vector<gravok_grading_element>& elements) {
   m_problem.kinds[AlignedEdge].elements = elements;
 }
 void ProblemStore::set_trizone_polygons(

@@ -136,7 +136,8 @@ class ProblemStore : public gvk::DataStore {
   void set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
                  const gvk::Unit<3>& volume) override;
   void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
-                   const std::vector<double>& z, const std::vector<gvk::Triangle>& triangles,
+                   const std::vector<double>& z,
+                   const std::vector<gvk::Triangle>& triangles,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
   void set_objectives(const std::vector<gravok_objective>& objectives) override;

@@ -1,0 +1,162 @@
+#include "inspect.h"
+#include "problem.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+using gravok_tool::Problem;
+
+// A 3 x 3 grid of vertices 10 apart, eight triangles, a low point and a drain line on
+// it, sensible settings: nothing to report.
+Problem clean_problem() {
+  gvk::DataSource defaults;
+  Problem p = gravok_tool::read_problem(defaults);
+  for (int j = 0; j < 3; ++j) {
+    for (int i = 0; i < 3; ++i) {
+      p.x.push_back(10.0 * i);
+      p.y.push_back(10.0 * j);
+      p.z.push_back(100.0 + i);
+    }
+  }
+  for (unsigned long long j = 0; j < 2; ++j) {
+    for (unsigned long long i = 0; i < 2; ++i) {
+      const unsigned long long a = i + 3 * j;
+      p.triangles.push_back({a, a + 1, a + 4});
+      p.triangles.push_back({a, a + 4, a + 3});
+    }
+  }
+  p.triangle_info.resize(p.triangles.size());
+  gravok_grading_element low{};
+  low.location[0] = 5;
+  low.location[1] = 5;
+  p.kinds[LowPoint].elements = {low};
+  p.kinds[DrainLine].elements = {gravok_grading_element{}};
+  p.kinds[DrainLine].xs = {{1, 10, 19}};
+  p.kinds[DrainLine].ys = {{1, 10, 20}};
+  return p;
+}
+
+TEST(Inspect, ACleanProblemHasNoFinding) {
+  EXPECT_TRUE(gravok_tool::inspect_problem(clean_problem(), 0.5).empty());
+}
+
+TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    const char* check;
+    const char* where;
+    std::function<void(Problem&)> plant;
+  };
+  const Case cases[] = {
+      {"index-out-of-range", "triangle 3",
+       [](Problem& p) { p.triangles[3][1] = 1000000000000000000ULL; }},
+      {"missing-coordinates", "vertex 8", [](Problem& p) { p.z.pop_back(); }},
+      {"non-finite-coordinate", "vertex 4", [](Problem& p) { p.z[4] = INFINITY; }},
+      {"zero-area", "triangle 0",
+       [](Problem& p) {
+         p.triangles[0] = {0, 1, 2};
+       }},
+      {"unused-vertex", "vertex 9",
+       [](Problem& p) {
+         p.x.push_back(5);
+         p.y.push_back(5);
+         p.z.push_back(0);
+       }},
+      {"welded-vertex", "vertex 9",
+       [](Problem& p) {
+         p.x.push_back(10.25);
+         p.y.push_back(10);
+         p.z.push_back(0);
+         p.triangles.push_back({9, 1, 2});
+         p.triangle_info.resize(9);
+       }},
+      {"triangle-info-count", "mesh", [](Problem& p) { p.triangle_info.pop_back(); }},
+      {"non-finite-coordinate", "break line 0",
+       [=](Problem& p) {
+         p.break_lines = {{0, 0, nan, 1, 1, 1}};
+       }},
+      {"list-count", "DrainLine",
+       [](Problem& p) {
+         p.kinds[DrainLine].xs.push_back({});
+         p.kinds[DrainLine].ys.push_back({});
+       }},
+      {"list-length", "DrainLine 0",
+       [](Problem& p) { p.kinds[DrainLine].ys[0].pop_back(); }},
+      {"outside-mesh", "LowPoint 0",
+       [](Problem& p) { p.kinds[LowPoint].elements[0].location[0] = 25; }},
+      {"outside-mesh", "DrainLine 0",
+       [](Problem& p) { p.kinds[DrainLine].ys[0][2] = -0.5; }},
+      {"non-finite-coordinate", "LowPoint 0",
+       [=](Problem& p) { p.kinds[LowPoint].elements[0].location[1] = nan; }},
+      {"slope-order", "settings", [](Problem& p) { p.max_slope = 0.001; }},
+      {"slope-order", "settings",
+       [](Problem& p) {
+         p.max_slopes = {0.1};
+         p.min_slopes = {0.2};
+       }},
+      {"slope-count", "settings",
+       [](Problem& p) {
+         p.max_slopes = {0.3, 0.3};
+         p.min_slopes = {0.1};
+       }},
+      {"slope-range", "settings", [](Problem& p) { p.min_slope = -0.1; }},
+      {"non-finite-origin", "settings", [=](Problem& p) { p.yorig = nan; }},
+      {"iteration-count", "settings", [](Problem& p) { p.max_iteration_count = 0; }},
+      {"epsilon", "settings", [](Problem& p) { p.epsilon = -1; }},
+      {"unit-factors", "settings", [](Problem& p) { p.area.factors.clear(); }},
+      {"surface-names", "settings", [](Problem& p) { p.surface_ids = {1}; }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.check) + " at " + c.where);
+    Problem p = clean_problem();
+    c.plant(p);
+    const auto findings = gravok_tool::inspect_problem(p, 0.5);
+    ASSERT_EQ(findings.size(), 1u)
+        << (findings.empty() ? "" : findings[1 % findings.size()].what);
+    EXPECT_EQ(findings[0].check, c.check);
+    EXPECT_EQ(findings[0].where, c.where);
+    EXPECT_FALSE(findings[0].what.empty());
+  }
+}
+
+TEST(CompareProblems, FindsEveryBitThatDiffersAndNamesItsPlace) {
+  const Problem generated = gravok_tool::generated_problem();
+  EXPECT_TRUE(gravok_tool::compare_problems(generated, generated).empty());
+  struct Case {
+    const char* path;
+    std::function<void(Problem&)> change;
+  };
+  const Case cases[] = {
+      {"/elements/102/xs/0/1",
+       [](Problem& p) {
+         p.kinds[Pond].xs[0][1] = std::nextafter(p.kinds[Pond].xs[0][1], 0.0);
+       }},
+      {"/mesh/z/0", [](Problem& p) { p.z[0] = -p.z[0]; }},
+      {"/mesh/z/4", [](Problem& p) { p.z[4] = 0.0; }},  // -0.0 in the generated problem
+      {"/break_lines/0", [](Problem& p) { p.break_lines[0].z2 = -p.break_lines[0].z2; }},
+      {"/elements/100/complex/double_lists_1/1/0",
+       [](Problem& p) { p.kinds[Curb].complex_data.double_lists_1[1][0] = 1.0; }},
+      {"/elements/0/records/1",
+       [](Problem& p) { p.kinds[LowPoint].elements[1].trailer[119] ^= 1; }},
+      {"/units/linear/abbreviation", [](Problem& p) { p.linear.abbreviation = "ft US"; }},
+      {"/max_iteration_count", [](Problem& p) { ++p.max_iteration_count; }},
+      {"/mesh/triangles", [](Problem& p) { p.triangles.pop_back(); }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.path);
+    Problem changed = generated;
+    c.change(changed);
+    const auto differences = gravok_tool::compare_problems(generated, changed);
+    ASSERT_EQ(differences.size(), 1u);
+    EXPECT_EQ(differences[0].rfind(std::string(c.path) + ": ", 0), 0u) << differences[0];
+  }
+}
+
+}  // namespace
