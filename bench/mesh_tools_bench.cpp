@@ -1,8 +1,10 @@
 // reindex_mesh and remove_unused_vertices next to their literal std::map / table
-// versions (tests/mesh_oracle.h), at 10^4, 10^5 and 10^6 vertices. Counters:
-// per_vertex (time per input vertex) and peak_bytes (the most heap memory held at
-// once during the call beyond what the mesh itself held before it, counted by the
+// versions (tests/mesh_oracle.h), at 10^4, 10^5 and 10^6 vertices, and check_mesh
+// on meshes of 10^6 triangles. Counters: per_vertex (time per input vertex), or
+// per_triangle for the check, and peak_bytes (the most heap memory held at once
+// during the call beyond what the mesh itself held before it, counted by the
 // replaced global operator new below).
+#include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 
 #include "../tests/mesh_oracle.h"
@@ -166,6 +168,32 @@ void BM_RemoveUnusedVerticesLiteral(benchmark::State& state) {
       [](Mesh& m) { oracle::remove_unused_vertices(m.x, m.y, m.z, m.triangles); });
 }
 
+// The mesh is only read, so no copy is made; the findings list is part of the cost.
+void BM_CheckMesh(benchmark::State& state) {
+  const std::size_t triangles = static_cast<std::size_t>(state.range(0));
+  const int scenario = static_cast<int>(state.range(1));
+  // Three vertices per triangle in the soup, about one per two triangles otherwise.
+  const Mesh mesh = make_mesh(scenario == 0 ? 3 * triangles : triangles / 2, scenario);
+  long long peak = 0;
+  std::size_t findings = 0;
+  for (auto _ : state) {
+    const long long before = g_live.load();
+    g_peak = before;
+    const std::vector<gvk::MeshFinding> found =
+        gvk::check_mesh(mesh.x, mesh.y, mesh.z, mesh.triangles, kTolerance);
+    benchmark::DoNotOptimize(found.data());
+    findings = found.size();
+    if (g_peak.load() - before > peak) peak = g_peak.load() - before;
+  }
+  state.counters["per_triangle"] = benchmark::Counter(
+      static_cast<double>(mesh.triangles.size()),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  state.counters["triangles"] = static_cast<double>(mesh.triangles.size());
+  state.counters["vertices"] = static_cast<double>(mesh.x.size());
+  state.counters["findings"] = static_cast<double>(findings);
+  state.counters["peak_bytes"] = static_cast<double>(peak);
+}
+
 // Arguments: vertex count, scenario (0 triangle soup, 1 distinct points).
 BENCHMARK(BM_ReindexMesh)
     ->ArgsProduct({{10000, 100000, 1000000}, {0, 1}})
@@ -173,6 +201,8 @@ BENCHMARK(BM_ReindexMesh)
 BENCHMARK(BM_ReindexMeshLiteralMap)
     ->ArgsProduct({{10000, 100000, 1000000}, {0, 1}})
     ->Unit(benchmark::kMillisecond);
+// Arguments: triangle count, scenario (0 triangle soup, 1 distinct points).
+BENCHMARK(BM_CheckMesh)->ArgsProduct({{1000000}, {0, 1}})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RemoveUnusedVertices)
     ->Arg(10000)
     ->Arg(100000)

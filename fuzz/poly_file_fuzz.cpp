@@ -1,8 +1,8 @@
-// Fuzz target for PolyFile::from_file: any file gives exactly what the literal
-// stream-based reader gives. Inputs on which that reader would end the process are
-// skipped (the library would call exit(1) there, which ends fuzzing); an input on
-// which the library exits although the reference returns shows up as "fuzz target
-// exited".
+// Fuzz target for PolyFile::read and PolyFile::from_file: any file gives exactly what
+// the literal stream-based reader gives. Where that reader would end the process,
+// read must report a fault with empty outputs, and from_file is not called (it would
+// call exit(1) there, which ends fuzzing); an input on which from_file exits although
+// the reference returns shows up as "fuzz target exited".
 #include <gravok/poly_file.h>
 
 #include "../tests/bit_patterns.h"
@@ -38,10 +38,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
   }
   Result expected;
-  if (oracle::poly_from_file(input_path(), expected.x, expected.y, expected.z,
-                             expected.triangles,
-                             expected.boundary) == oracle::Outcome::Exited) {
+  const oracle::Outcome outcome =
+      oracle::poly_from_file(input_path(), expected.x, expected.y, expected.z,
+                             expected.triangles, expected.boundary);
+  Result checked;
+  const gvk::PolyReadResult result = gvk::PolyFile::read(
+      input_path(), checked.x, checked.y, checked.z, checked.triangles, checked.boundary);
+  if (static_cast<bool>(result) != (outcome == oracle::Outcome::Returned)) std::abort();
+  if (!result) {
+    if (!checked.x.empty() || !checked.boundary.empty()) std::abort();
     return 0;
+  }
+  if (bit_patterns(checked.x) != bit_patterns(expected.x) ||
+      checked.boundary != expected.boundary) {
+    std::abort();
   }
   Result actual;
   actual.triangles.push_back({1, 2, 3});  // must come back empty

@@ -1,7 +1,8 @@
 // Mesh tools: operations on the indexed triangle mesh, three parallel coordinate
 // arrays x, y, z and a list of gvk::Triangle. Vertex i is (x[i], y[i], z[i]); the
 // vertex count is x.size(), and y and z are at least that long. Triangle indices are
-// 0-based and below the vertex count: callers guarantee this, nothing checks it.
+// 0-based and below the vertex count: callers guarantee this, nothing here checks
+// it (check_mesh in gravok/mesh_check.h lists what breaks these guarantees).
 // The tools keep no shared state: calls on different meshes may run on different
 // threads at once, but nothing else may touch a mesh while a call works on it.
 #ifndef GRAVOK_MESH_TOOLS_H

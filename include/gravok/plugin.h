@@ -55,16 +55,17 @@ class GRAVOK_API PluginModule {
   // directory), looks up both entry points and calls gravok_plugin_register. Returns
   // the loaded module, or an empty pointer and a message in `error` that names `path`
   // and carries the system's own message where there is one, when
+  //  - `path` is empty or holds a NUL byte;
   //  - the file cannot be opened or is not a module of this platform;
   //  - either entry point is missing (register is then never called);
   //  - the module is already loaded through another PluginModule, which stays as it is
   //    (a module's providers are registered once, so it is loaded once);
   //  - gravok_plugin_register returns a negative value.
-  // Whenever it fails after opening the module, it first removes every provider
-  // registration that appeared since (calling gravok_plugin_unregister when register
-  // had been called) and then closes the module again, so nothing of it stays
-  // registered. `error` is left alone on success. An exception thrown by the register
-  // entry point reaches the caller after the module has been unloaded the same way.
+  // Whenever it fails after opening the module, it unloads the module again as
+  // unload() does (calling gravok_plugin_unregister only when register was called),
+  // so nothing of it stays registered. `error` is left alone on success. An exception
+  // thrown by the register entry point reaches the caller after the module has been
+  // unloaded the same way.
   static std::unique_ptr<PluginModule> load(const std::string& path, std::string& error);
 
   PluginModule(PluginModule&& other) noexcept;
@@ -76,14 +77,15 @@ class GRAVOK_API PluginModule {
   // Unloads the module as unload() does.
   ~PluginModule();
 
-  // Calls gravok_plugin_unregister, then unregisters each provider registration that
-  // appeared while the module was being loaded (from opening it to the return of its
-  // register entry point) and that still holds the very provider object it held then,
-  // and closes the module. A module that forgets a provider thus never leaves it
-  // registered; a name that the host has since registered anew is left alone. Returns
-  // how many registrations that second step removed: 0 for a module that cleans up
-  // after itself, and 0 when the object holds no module (already unloaded, or moved
-  // from).
+  // Calls gravok_plugin_unregister, then unregisters every provider registration that
+  // was made while the module was being loaded (from opening it to the return of its
+  // register entry point) and is still in place, and closes the module. A module that
+  // forgets a provider thus never leaves it registered, while a name that has since
+  // been unregistered and registered anew is left alone, whatever provider it holds.
+  // Returns how many registrations that second step removed: 0 for a module that
+  // cleans up after itself, and 0 when the object holds no module (already unloaded,
+  // or moved from). Providers that a module registers at any other time are its own
+  // to unregister before it is unloaded.
   int unload() noexcept;
 
   // True from a successful load() until unload().

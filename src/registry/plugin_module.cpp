@@ -2,10 +2,10 @@
 #include <gravok/providers.h>
 
 #include "module_loader.h"
+#include "registrations.h"
 
 #include <algorithm>
-#include <cassert>
-#include <cstddef>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -13,70 +13,6 @@ namespace gvk {
 namespace {
 
 using detail::EntryPoint;
-
-// The registrations of one registry in name order, each with the provider it holds.
-using Entries = std::vector<std::pair<std::string, const DataSourceProvider*>>;
-
-struct Registrations {
-  Entries sources;
-  Entries stores;
-};
-
-Entries zip(std::vector<std::string> names, const DataSourceProvider* const* providers) {
-  Entries entries(names.size());
-  for (std::size_t i = 0; i < names.size(); ++i)
-    entries[i] = {std::move(names[i]), providers[i]};
-  return entries;
-}
-
-// Both registries as they stand. dataSourceProviders() lists the store providers
-// first, then the source providers, each registry in name order.
-Registrations registrations() {
-  const std::vector<const DataStoreProvider*> stores = dataStoreProviders();
-  const std::vector<const DataSourceProvider*> all = dataSourceProviders();
-  const std::vector<const DataSourceProvider*> store_bases(stores.begin(), stores.end());
-  std::vector<std::string> source_names = dataSourceProviderNames();
-  assert(all.size() == stores.size() + source_names.size());
-  return {zip(std::move(source_names), all.data() + stores.size()),
-          zip(dataStoreProviderNames(), store_bases.data())};
-}
-
-// True when `entries` hold `entry`'s name registered to `entry`'s very provider.
-bool holds(const Entries& entries, const Entries::value_type& entry) {
-  const auto at =
-      std::lower_bound(entries.begin(), entries.end(), entry,
-                       [](const auto& a, const auto& b) { return a.first < b.first; });
-  return at != entries.end() && at->first == entry.first && at->second == entry.second;
-}
-
-// The entries of `after` that `before` does not hold: new names, and names that now
-// hold another provider.
-Entries appeared(const Entries& before, const Entries& after) {
-  Entries added;
-  for (const auto& entry : after)
-    if (!holds(before, entry)) added.push_back(entry);
-  return added;
-}
-
-Registrations appeared(const Registrations& before) {
-  const Registrations after = registrations();
-  return {appeared(before.sources, after.sources), appeared(before.stores, after.stores)};
-}
-
-// Unregisters each of `added` that is still registered to the same provider; returns
-// how many it removed.
-int remove_leftovers(Registrations& added) {
-  const Registrations now = registrations();
-  int removed = 0;
-  for (auto& entry : added.sources)
-    if (holds(now.sources, entry))
-      removed += unregisterDataSourceProvider(std::move(entry.first)) ? 1 : 0;
-  for (auto& entry : added.stores)
-    if (holds(now.stores, entry))
-      removed += unregisterDataStoreProvider(std::move(entry.first)) ? 1 : 0;
-  return removed;
-}
-
 // The handles of the modules that PluginModule objects hold, so that one module is
 // loaded through one object only.
 std::vector<void*>& held_modules() {
@@ -95,7 +31,12 @@ struct PluginModule::State {
   std::string path;
   void* module = nullptr;
   EntryPoint unregister = nullptr;  // null until both entry points are found
-  Registrations added;              // registrations that appeared while loading
+  // The serial numbers of the registrations made while the module was being loaded:
+  // from opening it to the return of its register entry point. Until that return
+  // `end` stays open, so that unloading on any way out of load() removes them all.
+  unsigned long long first = 0;
+  unsigned long long end = std::numeric_limits<unsigned long long>::max();
+  int provider_count = 0;
 };
 
 PluginModule::PluginModule(State* state) : m_state(state) {}
@@ -125,7 +66,7 @@ std::unique_ptr<PluginModule> PluginModule::load(const std::string& path,
   std::unique_ptr<PluginModule> loaded(new PluginModule(nullptr));
   auto state = std::make_unique<State>();
   state->path = path;
-  const Registrations before = registrations();
+  state->first = detail::next_registration_serial();
   std::string message;
   state->module = detail::open_module(path, message);
   if (!state->module) {
@@ -147,20 +88,14 @@ std::unique_ptr<PluginModule> PluginModule::load(const std::string& path,
       add ? detail::find_entry_point(s.module, "gravok_plugin_unregister", message)
           : nullptr;
   if (!remove) {
-    s.added = appeared(before);
     loaded->unload();
     error = "cannot load " + named + ": not a plug-in module (" + message + ")";
     return nullptr;
   }
   s.unregister = remove;
-  int result = 0;
-  try {
-    result = add();
-  } catch (...) {
-    s.added = appeared(before);  // so that unloading during the unwinding removes them
-    throw;
-  }
-  s.added = appeared(before);
+  const int result = add();
+  s.end = detail::next_registration_serial();
+  s.provider_count = detail::count_registrations(s.first, s.end);
   if (result < 0) {
     loaded->unload();
     error = "cannot load " + named + ": gravok_plugin_register failed, returning " +
@@ -174,7 +109,7 @@ int PluginModule::unload() noexcept {
   if (!m_state) return 0;
   const std::unique_ptr<State> state(std::exchange(m_state, nullptr));
   if (state->unregister) state->unregister();
-  const int removed = remove_leftovers(state->added);
+  const int removed = detail::remove_registrations(state->first, state->end);
   std::vector<void*>& held = held_modules();
   held.erase(std::remove(held.begin(), held.end(), state->module), held.end());
   detail::close_module(state->module);
@@ -185,10 +120,6 @@ bool PluginModule::is_loaded() const { return m_state != nullptr; }
 
 std::string PluginModule::path() const { return m_state ? m_state->path : std::string(); }
 
-int PluginModule::provider_count() const {
-  return m_state ? static_cast<int>(m_state->added.sources.size() +
-                                    m_state->added.stores.size())
-                 : 0;
-}
+int PluginModule::provider_count() const { return m_state ? m_state->provider_count : 0; }
 
 }  // namespace gvk

@@ -1,13 +1,24 @@
 #include <gravok/providers.h>
 
+#include "registrations.h"
+
 #include <map>
 #include <utility>
 
 namespace gvk {
 namespace {
 
+// A provider and the serial number of its registration.
 template <class Provider>
-using Registry = std::map<std::string, std::unique_ptr<Provider>>;
+struct Slot {
+  Slot(std::unique_ptr<Provider>&& provider, unsigned long long serial)
+      : provider(std::move(provider)), serial(serial) {}
+  std::unique_ptr<Provider> provider;
+  unsigned long long serial;
+};
+
+template <class Provider>
+using Registry = std::map<std::string, Slot<Provider>>;
 
 // Created on first use by any thread, destroyed with every provider still in it when
 // the library is unloaded.
@@ -21,13 +32,19 @@ Registry<DataStoreProvider>& store_registry() {
   return registry;
 }
 
+// The serial number of the next registration of either registry.
+unsigned long long g_next_serial = 0;
+
 // try_emplace leaves `provider` alone when the name is taken, so the rejected
 // provider is destroyed with the argument when the caller returns.
 template <class Provider>
 bool add(Registry<Provider>& registry, std::string& name,
          std::unique_ptr<Provider>& provider) {
   if (!provider) return false;
-  return registry.try_emplace(std::move(name), std::move(provider)).second;
+  if (!registry.try_emplace(std::move(name), std::move(provider), g_next_serial).second)
+    return false;
+  ++g_next_serial;
+  return true;
 }
 
 // Writes the registry's providers, in name order, from `out` on; returns the end.
@@ -35,7 +52,7 @@ bool add(Registry<Provider>& registry, std::string& name,
 // our pointer types, which is no part of the interface.
 template <class Provider, class Out>
 Out fill(const Registry<Provider>& registry, Out out) {
-  for (const auto& entry : registry) *out++ = entry.second.get();
+  for (const auto& entry : registry) *out++ = entry.second.provider.get();
   return out;
 }
 
@@ -46,6 +63,36 @@ std::vector<std::string> names_of(const Registry<Provider>& registry) {
   auto out = names.begin();
   for (const auto& entry : registry) *out++ = entry.first;
   return names;
+}
+
+template <class Provider>
+int count_in(const Registry<Provider>& registry, unsigned long long first,
+             unsigned long long end) {
+  int count = 0;
+  for (const auto& entry : registry)
+    count += entry.second.serial >= first && entry.second.serial < end ? 1 : 0;
+  return count;
+}
+
+// Gathers the names first and erases them one by one, so that a provider's destructor
+// never runs in the middle of a walk over the registry.
+template <class Provider>
+int remove_in(Registry<Provider>& registry, unsigned long long first,
+              unsigned long long end) {
+  const auto in_range = [&](const Slot<Provider>& slot) {
+    return slot.serial >= first && slot.serial < end;
+  };
+  std::vector<std::string> names;
+  for (const auto& entry : registry)
+    if (in_range(entry.second)) names.push_back(entry.first);
+  int removed = 0;
+  for (const std::string& name : names) {
+    const auto at = registry.find(name);
+    if (at == registry.end() || !in_range(at->second)) continue;
+    registry.erase(at);
+    ++removed;
+  }
+  return removed;
 }
 
 // Offers `location` to each provider in list order; the first that accepts it and
@@ -107,4 +154,18 @@ std::unique_ptr<DataStore> createDataStore(const std::string& location) {
   return first_made(dataStoreProviders(), location, &DataStoreProvider::createDataStore);
 }
 
+namespace detail {
+
+unsigned long long next_registration_serial() { return g_next_serial; }
+
+int count_registrations(unsigned long long first, unsigned long long end) {
+  return count_in(source_registry(), first, end) + count_in(store_registry(), first, end);
+}
+
+int remove_registrations(unsigned long long first, unsigned long long end) {
+  return remove_in(source_registry(), first, end) +
+         remove_in(store_registry(), first, end);
+}
+
+}  // namespace detail
 }  // namespace gvk
