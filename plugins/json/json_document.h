@@ -1,0 +1,52 @@
+// The JSON problem document: one Problem written as one JSON text, and read back.
+// docs/json-format.md describes the format; this is its reader and writer, shared by
+// the JSON plug-in and the gravok tool. Every double reads back to the same bits
+// (signed zeros, infinities and NaN payloads included), opaque record blocks travel as
+// hexadecimal text, and strings that are not UTF-8 travel as their bytes in hex.
+// The functions keep no state and may run on several threads at once, each on its
+// own problem.
+#ifndef GRAVOK_JSON_DOCUMENT_H
+#define GRAVOK_JSON_DOCUMENT_H
+
+#include "problem.h"
+
+#include <string>
+#include <string_view>
+
+namespace gvk_json {
+
+// The value of the document's "format" member, and the version this code writes.
+// The reader accepts versions 1 to kFormatVersion.
+inline constexpr std::string_view kFormatName = "gravok-problem";
+inline constexpr long long kFormatVersion = 1;
+
+// Deepest nesting of arrays and objects the reader accepts; a problem needs five.
+inline constexpr std::size_t kMaxDepth = 32;
+
+// Writes `problem` as a document into `out`, replacing its content. The same problem
+// always gives the same bytes. Kinds whose element set holds nothing are left out.
+void write_document(const Problem& problem, std::string& out);
+
+// Writes the document of `problem` to `path`: first into "<path>.tmp" beside it, then
+// renamed over `path`, so a failed write never leaves a half-written document under
+// the name. On failure returns false with a message naming the file in `error`;
+// `path` is then unchanged and the temporary file removed.
+bool write_file(const Problem& problem, const std::string& path, std::string& error);
+
+// Reads a document into `problem`. On success returns true and `problem` holds
+// exactly what the document says, with DataSource's defaults for the sections it
+// leaves out. Text that is not JSON, nesting deeper than kMaxDepth, a number outside
+// its member's range, a member of the wrong type, a missing required member, an
+// unknown member or a version newer than kFormatVersion returns false with one line
+// in `error` naming the place as a JSON pointer ("/mesh/triangles/7/2: expected an
+// unsigned integer"); `problem` is then unspecified but valid.
+bool read_document(std::string_view text, Problem& problem, std::string& error);
+
+// Reads the document in the file at `path` as read_document does. A file that cannot
+// be read returns false with a message naming the file and the reason; every message
+// starts with the path.
+bool read_file(const std::string& path, Problem& problem, std::string& error);
+
+}  // namespace gvk_json
+
+#endif  // GRAVOK_JSON_DOCUMENT_H
