@@ -1,8 +1,11 @@
 #include "commands.h"
 
 #include "builtin_providers.h"
+#include "compare.h"
 #include "inspect.h"
-#include "problem.h"
+#include "json_document.h"
+#include "json_store.h"
+#include "problem_source.h"
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
@@ -76,7 +79,7 @@ std::string json_string(const std::string& text) {
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
   std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location);
   if (!source) {
-    const std::string reason = builtin_open_error(location);
+    const std::string reason = builtin_source_error(location);
     if (reason.empty()) {
       std::cerr << "gravok: cannot open " << location << ": no provider opens it\n";
     } else {
@@ -89,7 +92,7 @@ std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
 std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
   std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location);
   if (!store) {
-    const std::string reason = builtin_open_error(location);
+    const std::string reason = builtin_store_error(location);
     if (reason.empty()) {
       std::cerr << "gravok: cannot open " << location << " as a store: no store provider "
                 << "opens it\n";
@@ -122,7 +125,8 @@ int inspect(const Options& o) {
   if (!source) return kUsage;
   Progress progress;
   progress.step("reading " + o.location);
-  const Problem problem = read_problem(*source);
+  Problem problem;
+  gvk_json::snapshot(*source, problem);
   progress.step("checking");
   const std::vector<Finding> findings = inspect_problem(problem, o.tolerance);
   progress.step("");
@@ -161,7 +165,7 @@ int copy(const Options& o) {
       store->copyAllFrom(*source);
     }
   }
-  const std::string failure = builtin_store_error(*store);
+  const std::string failure = builtin_write_error(*store);
   if (!failure.empty()) {
     std::cerr << "gravok: " << o.target << ": " << failure << "\n";
     return kFailed;
@@ -174,11 +178,12 @@ int dump(const Options& o) {
   if (!source) return kUsage;
   Progress progress;
   progress.step("reading " + o.location);
-  const Problem problem = read_problem(*source);
-  progress.step("writing " + o.target);
   GRAVOK_LOG_TIMING(wide("dump " + o.location + " took "));
+  Problem problem;
+  gvk_json::snapshot(*source, problem);
+  progress.step("writing " + o.target);
   std::string error;
-  if (!write_problem_document(problem, o.target, error)) {
+  if (!gvk_json::write_file(problem, o.target, error)) {
     std::cerr << "gravok: " << error << "\n";
     return kFailed;
   }
@@ -186,38 +191,38 @@ int dump(const Options& o) {
 }
 
 int roundtrip(const Options& o) {
-  ProblemStore generated(generated_problem());
+  gvk_json::ProblemSource generated(generated_problem());
   Progress progress;
   progress.step("copying a generated problem into " + o.location);
   {
     std::unique_ptr<gvk::DataStore> store = open_store(o.location);
     if (!store) return kUsage;
-    // What a store that loses nothing holds after the transfer: the same transfer
-    // into a store in memory at the target's origin.
     store->copyAllFrom(generated);
-    const std::string failure = builtin_store_error(*store);
+    const std::string failure = builtin_write_error(*store);
     if (!failure.empty()) {
-      std::cerr << "gravok: " << o.location << ": " << failure << "\n";
+      std::cerr << "gravok: " << failure << "\n";
       return kFailed;
     }
   }
   progress.step("reading " + o.location + " back");
   std::unique_ptr<gvk::DataSource> reopened = open_source(o.location);
   if (!reopened) return kFailed;
-  Problem actual = read_problem(*reopened);
+  Problem actual;
+  gvk_json::snapshot(*reopened, actual);
+  // What a store that loses nothing answers: the same transfer into a store in memory
+  // at the origin the store reports. Surfaces and GUIDs do not travel with a transfer.
   Problem at_origin;
   at_origin.xorig = actual.xorig;
   at_origin.yorig = actual.yorig;
   at_origin.zorig = actual.zorig;
-  ProblemStore expected(at_origin);
-  expected.copyAllFrom(generated);
-  Problem wanted = expected.problem();
-  // Surfaces and GUIDs do not travel with a transfer: they are the store's own.
-  wanted.surface_ids = actual.surface_ids;
-  wanted.surface_names = actual.surface_names;
-  wanted.guids_valid = actual.guids_valid;
+  at_origin.surface_ids = actual.surface_ids;
+  at_origin.surface_names = actual.surface_names;
+  at_origin.guids_valid = actual.guids_valid;
+  gvk_json::JsonStore lossless("", at_origin);
+  lossless.copyAllFrom(generated);
   progress.step("");
-  const std::vector<std::string> differences = compare_problems(wanted, actual);
+  const std::vector<std::string> differences =
+      compare_problems(lossless.problem(), actual);
   for (const std::string& line : differences) std::cout << line << "\n";
   std::cout << (differences.empty()
                     ? "nothing lost\n"
@@ -235,11 +240,8 @@ int mesh_clean(const Options& o) {
   const std::size_t vertices = x.size();
   const std::vector<Finding> unsafe = [&] {
     Problem mesh_only;
-    mesh_only.x = x;
-    mesh_only.y = y;
-    mesh_only.z = z;
-    mesh_only.triangles = triangles;
-    mesh_only.triangle_info.resize(triangles.size());
+    mesh_only.mesh = gvk_json::Mesh{x, y, z, triangles, info};
+    mesh_only.mesh.triangle_info.resize(triangles.size());
     std::vector<Finding> found;
     for (const Finding& f : inspect_problem(mesh_only, -1.0)) {
       if (f.check == "index-out-of-range" || f.check == "missing-coordinates") {
@@ -284,7 +286,7 @@ int classify(const Options& o) {
       status = kFailed;
       continue;
     }
-    std::cout << kind_name(kind);
+    std::cout << gvk_json::element_kind_name(kind);
     if (kind == SurfaceZone) std::cout << (zone == Exclusion ? " Exclusion" : " Generic");
     std::cout << "  " << name << "\n";
   }

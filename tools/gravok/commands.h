@@ -31,11 +31,6 @@ int mesh_clean(const Options& options);
 int uid(const Options& options);
 int classify(const Options& options);
 
-// Registers (and unregisters) the providers built into the tool: the JSON problem
-// document, node/element pairs and .poly files.
-void register_builtin_providers();
-void unregister_builtin_providers();
-
 }  // namespace gravok_tool
 
 #endif  // GRAVOK_TOOL_COMMANDS_H

@@ -41,17 +41,17 @@ std::vector<std::pair<double, double>> record_points(GradingElementType kind,
 class PlanLocator {
  public:
   explicit PlanLocator(const Problem& p) : m_p(p) {
-    const std::size_t n = std::min({p.x.size(), p.y.size()});
-    for (std::size_t t = 0; t < p.triangles.size(); ++t) {
-      if (usable(p.triangles[t], n)) m_usable.push_back(t);
+    const std::size_t n = std::min({p.mesh.x.size(), p.mesh.y.size()});
+    for (std::size_t t = 0; t < p.mesh.triangles.size(); ++t) {
+      if (usable(p.mesh.triangles[t], n)) m_usable.push_back(t);
     }
     if (m_usable.empty()) return;
     for (const std::size_t t : m_usable) {
-      for (const unsigned long long v : p.triangles[t]) {
-        m_x0 = std::min(m_x0, p.x[v]);
-        m_x1 = std::max(m_x1, p.x[v]);
-        m_y0 = std::min(m_y0, p.y[v]);
-        m_y1 = std::max(m_y1, p.y[v]);
+      for (const unsigned long long v : p.mesh.triangles[t]) {
+        m_x0 = std::min(m_x0, p.mesh.x[v]);
+        m_x1 = std::max(m_x1, p.mesh.x[v]);
+        m_y0 = std::min(m_y0, p.mesh.y[v]);
+        m_y1 = std::max(m_y1, p.mesh.y[v]);
       }
     }
     m_cells =
@@ -88,7 +88,7 @@ class PlanLocator {
     }
     const std::size_t cell = cell_row(py) * m_cells + cell_column(px);
     for (std::size_t i = m_start[cell]; i < m_start[cell + 1]; ++i) {
-      if (inside(m_p.triangles[m_entries[i]], px, py)) return true;
+      if (inside(m_p.mesh.triangles[m_entries[i]], px, py)) return true;
     }
     return false;
   }
@@ -96,7 +96,8 @@ class PlanLocator {
  private:
   bool usable(const gvk::Triangle& t, std::size_t n) const {
     for (const unsigned long long v : t) {
-      if (v >= n || !std::isfinite(m_p.x[v]) || !std::isfinite(m_p.y[v])) return false;
+      if (v >= n || !std::isfinite(m_p.mesh.x[v]) || !std::isfinite(m_p.mesh.y[v]))
+        return false;
     }
     return true;
   }
@@ -109,18 +110,18 @@ class PlanLocator {
   }
   std::array<std::size_t, 4> box_cells(std::size_t t) const {
     double x0 = std::numeric_limits<double>::infinity(), x1 = -x0, y0 = x0, y1 = -x0;
-    for (const unsigned long long v : m_p.triangles[t]) {
-      x0 = std::min(x0, m_p.x[v]);
-      x1 = std::max(x1, m_p.x[v]);
-      y0 = std::min(y0, m_p.y[v]);
-      y1 = std::max(y1, m_p.y[v]);
+    for (const unsigned long long v : m_p.mesh.triangles[t]) {
+      x0 = std::min(x0, m_p.mesh.x[v]);
+      x1 = std::max(x1, m_p.mesh.x[v]);
+      y0 = std::min(y0, m_p.mesh.y[v]);
+      y1 = std::max(y1, m_p.mesh.y[v]);
     }
     return {cell_column(x0), cell_row(y0), cell_column(x1), cell_row(y1)};
   }
   bool inside(const gvk::Triangle& t, double px, double py) const {
     const auto side = [&](unsigned long long a, unsigned long long b) {
-      return (m_p.x[b] - m_p.x[a]) * (py - m_p.y[a]) -
-             (m_p.y[b] - m_p.y[a]) * (px - m_p.x[a]);
+      return (m_p.mesh.x[b] - m_p.mesh.x[a]) * (py - m_p.mesh.y[a]) -
+             (m_p.mesh.y[b] - m_p.mesh.y[a]) * (px - m_p.mesh.x[a]);
     };
     const double s0 = side(t[0], t[1]), s1 = side(t[1], t[2]), s2 = side(t[2], t[0]);
     return (s0 >= 0 && s1 >= 0 && s2 >= 0) || (s0 <= 0 && s1 <= 0 && s2 <= 0);
@@ -141,8 +142,8 @@ class Checker {
   std::vector<Finding> findings;
 
   void mesh(double tolerance) {
-    for (const gvk::MeshFinding& f :
-         gvk::check_mesh(m_p.x, m_p.y, m_p.z, m_p.triangles, tolerance)) {
+    for (const gvk::MeshFinding& f : gvk::check_mesh(m_p.mesh.x, m_p.mesh.y, m_p.mesh.z,
+                                                     m_p.mesh.triangles, tolerance)) {
       static const char* const keys[] = {"missing-coordinates",   "index-out-of-range",
                                          "non-finite-coordinate", "zero-area",
                                          "unused-vertex",         "welded-vertex"};
@@ -153,10 +154,10 @@ class Checker {
           colon == std::string::npos ? "mesh" : message.substr(0, colon),
           colon == std::string::npos ? message : message.substr(colon + 2));
     }
-    if (m_p.triangle_info.size() != m_p.triangles.size()) {
+    if (m_p.mesh.triangle_info.size() != m_p.mesh.triangles.size()) {
       add("triangle-info-count", "mesh",
-          std::to_string(m_p.triangle_info.size()) + " triangle records for " +
-              std::to_string(m_p.triangles.size()) + " triangles");
+          std::to_string(m_p.mesh.triangle_info.size()) + " triangle records for " +
+              std::to_string(m_p.mesh.triangles.size()) + " triangles");
     }
     for (std::size_t i = 0; i < m_p.break_lines.size(); ++i) {
       const gravok_line_3d& l = m_p.break_lines[i];
@@ -171,16 +172,16 @@ class Checker {
   }
 
   void elements() {
-    for (const auto& [kind, data] : m_p.kinds) {
-      for (std::size_t i = 0; i < data.elements.size(); ++i) {
+    for (const auto& [kind, data] : m_p.elements) {
+      for (std::size_t i = 0; i < data.records.size(); ++i) {
         element(kind, data, i);
       }
       if (!has_lists(kind)) continue;
-      const std::string where = kind_name(kind);
-      if (data.xs.size() != data.elements.size() ||
-          data.ys.size() != data.elements.size()) {
+      const std::string where = gvk_json::element_kind_name(kind);
+      if (data.xs.size() != data.records.size() ||
+          data.ys.size() != data.records.size()) {
         add("list-count", where,
-            std::to_string(data.elements.size()) + " elements but " +
+            std::to_string(data.records.size()) + " elements but " +
                 std::to_string(data.xs.size()) + " x lists and " +
                 std::to_string(data.ys.size()) + " y lists");
       }
@@ -220,8 +221,9 @@ class Checker {
     check("epsilon", !(m_p.epsilon >= 0) || !std::isfinite(m_p.epsilon),
           "epsilon " + number(m_p.epsilon) + " is not a finite value from zero up");
     check("unit-factors",
-          m_p.linear.factors.size() != 9 || m_p.area.factors.size() != 9 ||
-              m_p.volume.factors.size() != 9,
+          m_p.linear_unit.conversions.size() != 9 ||
+              m_p.area_unit.conversions.size() != 9 ||
+              m_p.volume_unit.conversions.size() != 9,
           "a unit does not carry one conversion factor per known unit type");
     check("surface-names", m_p.surface_ids.size() != m_p.surface_names.size(),
           std::to_string(m_p.surface_ids.size()) + " surface ids but " +
@@ -233,10 +235,10 @@ class Checker {
     findings.push_back({std::move(check), std::move(where), std::move(what)});
   }
 
-  void element(GradingElementType kind, const KindData& data, std::size_t i) {
-    const std::string where = kind_name(kind) + " " + std::to_string(i);
-    std::vector<std::pair<double, double>> points = record_points(kind, data.elements[i]);
-    for (const double v : data.elements[i].location) {
+  void element(GradingElementType kind, const gvk_json::ElementSet& data, std::size_t i) {
+    const std::string where = gvk_json::element_kind_name(kind) + " " + std::to_string(i);
+    std::vector<std::pair<double, double>> points = record_points(kind, data.records[i]);
+    for (const double v : data.records[i].location) {
       if (!has_lists(kind) && !std::isfinite(v)) {
         add("non-finite-coordinate", where, "a location value is " + number(v));
         break;
@@ -276,26 +278,6 @@ class Checker {
 
 }  // namespace
 
-std::string kind_name(GradingElementType kind) {
-  switch (kind) {
-    case LowPoint: return "LowPoint";
-    case BoundedPoint: return "BoundedPoint";
-    case AlignedEdge: return "AlignedEdge";
-    case Offset: return "Offset";
-    case DrainLine: return "DrainLine";
-    case SurfaceZone: return "SurfaceZone";
-    case BendLine: return "BendLine";
-    case Unclassified: return "Unclassified";
-    case Curb: return "Curb";
-    case BuildingPad: return "BuildingPad";
-    case Pond: return "Pond";
-    case ParkingLot: return "ParkingLot";
-    case RetWall: return "RetWall";
-    case Pathway: return "Pathway";
-  }
-  return "kind " + std::to_string(static_cast<std::int32_t>(kind));
-}
-
 std::vector<Finding> inspect_problem(const Problem& problem, double tolerance) {
   Checker checker(problem);
   checker.mesh(tolerance);
@@ -307,20 +289,21 @@ std::vector<Finding> inspect_problem(const Problem& problem, double tolerance) {
 std::string summarise_problem(const Problem& p) {
   std::ostringstream out;
   out.precision(15);
-  const auto unit = [](const UnitValues& u) {
+  const auto unit = [](const gvk_json::StoredUnit& u) {
     return u.name + (u.abbreviation.empty() ? "" : " (" + u.abbreviation + ")");
   };
-  out << "units: linear " << unit(p.linear) << ", area " << unit(p.area) << ", volume "
-      << unit(p.volume) << "\n";
+  out << "units: linear " << unit(p.linear_unit) << ", area " << unit(p.area_unit)
+      << ", volume " << unit(p.volume_unit) << "\n";
   out << "origin: " << p.xorig << ", " << p.yorig << ", " << p.zorig << "\n";
   if (!p.hostcad_version.empty()) out << "host: " << p.hostcad_version << "\n";
   for (std::size_t i = 0; i < p.surface_ids.size(); ++i) {
     out << "surface " << p.surface_ids[i] << ": "
         << (i < p.surface_names.size() ? p.surface_names[i] : "") << "\n";
   }
-  out << "mesh: " << p.x.size() << " vertices, " << p.triangles.size() << " triangles";
+  out << "mesh: " << p.mesh.x.size() << " vertices, " << p.mesh.triangles.size()
+      << " triangles";
   double lo[3], hi[3];
-  const std::vector<double>* axes[] = {&p.x, &p.y, &p.z};
+  const std::vector<double>* axes[] = {&p.mesh.x, &p.mesh.y, &p.mesh.z};
   bool any = false;
   for (int a = 0; a < 3; ++a) {
     lo[a] = std::numeric_limits<double>::infinity();
@@ -341,9 +324,9 @@ std::string summarise_problem(const Problem& p) {
       << ", objectives: " << p.objectives.size() << "\n";
   out << "elements:";
   bool none = true;
-  for (const auto& [kind, data] : p.kinds) {
-    if (data.elements.empty()) continue;
-    out << " " << kind_name(kind) << " " << data.elements.size();
+  for (const auto& [kind, data] : p.elements) {
+    if (data.records.empty()) continue;
+    out << " " << gvk_json::element_kind_name(kind) << " " << data.records.size();
     none = false;
   }
   out << (none ? " none\n" : "\n");

@@ -2,7 +2,7 @@
 #ifndef GRAVOK_TOOL_INSPECT_H
 #define GRAVOK_TOOL_INSPECT_H
 
-#include "problem.h"
+#include "compare.h"
 
 #include <string>
 #include <vector>
@@ -24,9 +24,6 @@ std::vector<Finding> inspect_problem(const Problem& problem, double tolerance);
 // A summary of the problem for people: units, origin, settings, mesh size and
 // extent, element counts by kind; several lines, each ending in a line feed.
 std::string summarise_problem(const Problem& problem);
-
-// The name of a kind ("DrainLine"), or its number when it has none.
-std::string kind_name(GradingElementType kind);
 
 }  // namespace gravok_tool
 

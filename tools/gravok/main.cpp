@@ -5,6 +5,7 @@
 // found a problem (inspect: findings; roundtrip: something lost; copy, dump, mesh
 // clean: the store or the file failed), 2 on a usage error or when a location, file
 // or plug-in cannot be opened.
+#include "builtin_providers.h"
 #include "commands.h"
 
 #include <gravok/log.h>

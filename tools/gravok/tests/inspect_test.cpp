@@ -1,5 +1,5 @@
 #include "inspect.h"
-#include "problem.h"
+#include "compare.h"
 
 #include <gtest/gtest.h>
 
@@ -16,30 +16,29 @@ using gravok_tool::Problem;
 // A 3 x 3 grid of vertices 10 apart, eight triangles, a low point and a drain line on
 // it, sensible settings: nothing to report.
 Problem clean_problem() {
-  gvk::DataSource defaults;
-  Problem p = gravok_tool::read_problem(defaults);
+  Problem p;
   for (int j = 0; j < 3; ++j) {
     for (int i = 0; i < 3; ++i) {
-      p.x.push_back(10.0 * i);
-      p.y.push_back(10.0 * j);
-      p.z.push_back(100.0 + i);
+      p.mesh.x.push_back(10.0 * i);
+      p.mesh.y.push_back(10.0 * j);
+      p.mesh.z.push_back(100.0 + i);
     }
   }
   for (unsigned long long j = 0; j < 2; ++j) {
     for (unsigned long long i = 0; i < 2; ++i) {
       const unsigned long long a = i + 3 * j;
-      p.triangles.push_back({a, a + 1, a + 4});
-      p.triangles.push_back({a, a + 4, a + 3});
+      p.mesh.triangles.push_back({a, a + 1, a + 4});
+      p.mesh.triangles.push_back({a, a + 4, a + 3});
     }
   }
-  p.triangle_info.resize(p.triangles.size());
+  p.mesh.triangle_info.resize(p.mesh.triangles.size());
   gravok_grading_element low{};
   low.location[0] = 5;
   low.location[1] = 5;
-  p.kinds[LowPoint].elements = {low};
-  p.kinds[DrainLine].elements = {gravok_grading_element{}};
-  p.kinds[DrainLine].xs = {{1, 10, 19}};
-  p.kinds[DrainLine].ys = {{1, 10, 20}};
+  p.elements[LowPoint].records = {low};
+  p.elements[DrainLine].records = {gravok_grading_element{}};
+  p.elements[DrainLine].xs = {{1, 10, 19}};
+  p.elements[DrainLine].ys = {{1, 10, 20}};
   return p;
 }
 
@@ -56,45 +55,46 @@ TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
   };
   const Case cases[] = {
       {"index-out-of-range", "triangle 3",
-       [](Problem& p) { p.triangles[3][1] = 1000000000000000000ULL; }},
-      {"missing-coordinates", "vertex 8", [](Problem& p) { p.z.pop_back(); }},
-      {"non-finite-coordinate", "vertex 4", [](Problem& p) { p.z[4] = INFINITY; }},
+       [](Problem& p) { p.mesh.triangles[3][1] = 1000000000000000000ULL; }},
+      {"missing-coordinates", "vertex 8", [](Problem& p) { p.mesh.z.pop_back(); }},
+      {"non-finite-coordinate", "vertex 4", [](Problem& p) { p.mesh.z[4] = INFINITY; }},
       {"zero-area", "triangle 0",
        [](Problem& p) {
-         p.triangles[0] = {0, 1, 2};
+         p.mesh.triangles[0] = {0, 1, 2};
        }},
       {"unused-vertex", "vertex 9",
        [](Problem& p) {
-         p.x.push_back(5);
-         p.y.push_back(5);
-         p.z.push_back(0);
+         p.mesh.x.push_back(5);
+         p.mesh.y.push_back(5);
+         p.mesh.z.push_back(0);
        }},
       {"welded-vertex", "vertex 9",
        [](Problem& p) {
-         p.x.push_back(10.25);
-         p.y.push_back(10);
-         p.z.push_back(0);
-         p.triangles.push_back({9, 1, 2});
-         p.triangle_info.resize(9);
+         p.mesh.x.push_back(10.25);
+         p.mesh.y.push_back(10);
+         p.mesh.z.push_back(0);
+         p.mesh.triangles.push_back({9, 1, 2});
+         p.mesh.triangle_info.resize(9);
        }},
-      {"triangle-info-count", "mesh", [](Problem& p) { p.triangle_info.pop_back(); }},
+      {"triangle-info-count", "mesh",
+       [](Problem& p) { p.mesh.triangle_info.pop_back(); }},
       {"non-finite-coordinate", "break line 0",
        [=](Problem& p) {
          p.break_lines = {{0, 0, nan, 1, 1, 1}};
        }},
       {"list-count", "DrainLine",
        [](Problem& p) {
-         p.kinds[DrainLine].xs.push_back({});
-         p.kinds[DrainLine].ys.push_back({});
+         p.elements[DrainLine].xs.push_back({});
+         p.elements[DrainLine].ys.push_back({});
        }},
       {"list-length", "DrainLine 0",
-       [](Problem& p) { p.kinds[DrainLine].ys[0].pop_back(); }},
+       [](Problem& p) { p.elements[DrainLine].ys[0].pop_back(); }},
       {"outside-mesh", "LowPoint 0",
-       [](Problem& p) { p.kinds[LowPoint].elements[0].location[0] = 25; }},
+       [](Problem& p) { p.elements[LowPoint].records[0].location[0] = 25; }},
       {"outside-mesh", "DrainLine 0",
-       [](Problem& p) { p.kinds[DrainLine].ys[0][2] = -0.5; }},
+       [](Problem& p) { p.elements[DrainLine].ys[0][2] = -0.5; }},
       {"non-finite-coordinate", "LowPoint 0",
-       [=](Problem& p) { p.kinds[LowPoint].elements[0].location[1] = nan; }},
+       [=](Problem& p) { p.elements[LowPoint].records[0].location[1] = nan; }},
       {"slope-order", "settings", [](Problem& p) { p.max_slope = 0.001; }},
       {"slope-order", "settings",
        [](Problem& p) {
@@ -110,7 +110,7 @@ TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
       {"non-finite-origin", "settings", [=](Problem& p) { p.yorig = nan; }},
       {"iteration-count", "settings", [](Problem& p) { p.max_iteration_count = 0; }},
       {"epsilon", "settings", [](Problem& p) { p.epsilon = -1; }},
-      {"unit-factors", "settings", [](Problem& p) { p.area.factors.clear(); }},
+      {"unit-factors", "settings", [](Problem& p) { p.area_unit.conversions.clear(); }},
       {"surface-names", "settings", [](Problem& p) { p.surface_ids = {1}; }},
   };
   for (const Case& c : cases) {
@@ -134,20 +134,22 @@ TEST(CompareProblems, FindsEveryBitThatDiffersAndNamesItsPlace) {
     std::function<void(Problem&)> change;
   };
   const Case cases[] = {
-      {"/elements/102/xs/0/1",
+      {"/elements/Pond/xs/0/1",
        [](Problem& p) {
-         p.kinds[Pond].xs[0][1] = std::nextafter(p.kinds[Pond].xs[0][1], 0.0);
+         p.elements[Pond].xs[0][1] = std::nextafter(p.elements[Pond].xs[0][1], 0.0);
        }},
-      {"/mesh/z/0", [](Problem& p) { p.z[0] = -p.z[0]; }},
-      {"/mesh/z/4", [](Problem& p) { p.z[4] = 0.0; }},  // -0.0 in the generated problem
+      {"/mesh/z/0", [](Problem& p) { p.mesh.z[0] = -p.mesh.z[0]; }},
+      {"/mesh/z/4",
+       [](Problem& p) { p.mesh.z[4] = 0.0; }},  // -0.0 in the generated problem
       {"/break_lines/0", [](Problem& p) { p.break_lines[0].z2 = -p.break_lines[0].z2; }},
-      {"/elements/100/complex/double_lists_1/1/0",
-       [](Problem& p) { p.kinds[Curb].complex_data.double_lists_1[1][0] = 1.0; }},
-      {"/elements/0/records/1",
-       [](Problem& p) { p.kinds[LowPoint].elements[1].trailer[119] ^= 1; }},
-      {"/units/linear/abbreviation", [](Problem& p) { p.linear.abbreviation = "ft US"; }},
+      {"/elements/Curb/complex/double_lists_1/1/0",
+       [](Problem& p) { p.elements[Curb].complex.double_lists_1[1][0] = 1.0; }},
+      {"/elements/LowPoint/records/1",
+       [](Problem& p) { p.elements[LowPoint].records[1].trailer[119] ^= 1; }},
+      {"/units/linear/abbreviation",
+       [](Problem& p) { p.linear_unit.abbreviation = "ft US"; }},
       {"/max_iteration_count", [](Problem& p) { ++p.max_iteration_count; }},
-      {"/mesh/triangles", [](Problem& p) { p.triangles.pop_back(); }},
+      {"/mesh/triangles", [](Problem& p) { p.mesh.triangles.pop_back(); }},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.path);
