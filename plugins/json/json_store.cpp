@@ -12,6 +12,7 @@ JsonStore::JsonStore(std::string path, Problem problem)
     : ProblemAnswers(std::move(problem)), m_path(std::move(path)) {}
 
 bool JsonStore::write() const {
+  if (m_path.empty()) return true;  // a store in memory only
   std::string error;
   if (write_file(m_problem, m_path, error)) {
     m_write_error.clear();

@@ -20,7 +20,9 @@ namespace gvk_json {
 class JsonStore : public ProblemAnswers<gvk::DataStore> {
  public:
   // A store that writes to `path`, starting from `problem` (a default Problem for a
-  // new document, or the one read from the existing document).
+  // new document, or the one read from the existing document). With an empty path
+  // the store keeps the problem in memory only and never writes: its origin is
+  // problem's, so a transfer into it shows what a lossless store at that origin holds.
   JsonStore(std::string path, Problem problem);
 
   const std::string& path() const { return m_path; }

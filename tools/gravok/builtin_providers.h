@@ -1,0 +1,30 @@
+// The providers built into the gravok tool (JSON problem documents, node/element
+// pairs, .poly files), and what they say when they refuse a location.
+#ifndef GRAVOK_TOOL_BUILTIN_PROVIDERS_H
+#define GRAVOK_TOOL_BUILTIN_PROVIDERS_H
+
+#include <gravok/data_store.h>
+
+#include <string>
+
+namespace gravok_tool {
+
+// Registers (and unregisters) the built-in providers. A JSON provider that a plug-in
+// module registered first keeps its name; the tool's own then stays out.
+void register_builtin_providers();
+void unregister_builtin_providers();
+
+// Why a built-in provider that accepts `location` cannot open it as a source ("site.1.
+// ele:7: triangle 5 names vertex 40, but there are 30 vertices"); empty when none of
+// them accepts it or when it opens.
+std::string builtin_source_error(const std::string& location);
+// The same for opening `location` as a store.
+std::string builtin_store_error(const std::string& location);
+
+// Why a store of a built-in provider failed to write what it was given; empty when it
+// wrote it, or when `store` is not one of theirs.
+std::string builtin_write_error(const gvk::DataStore& store);
+
+}  // namespace gravok_tool
+
+#endif  // GRAVOK_TOOL_BUILTIN_PROVIDERS_H

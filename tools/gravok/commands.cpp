@@ -1,0 +1,296 @@
+#include "commands.h"
+
+#include "builtin_providers.h"
+#include "compare.h"
+#include "inspect.h"
+#include "json_document.h"
+#include "json_store.h"
+#include "problem_source.h"
+
+#include <gravok/element_types.h>
+#include <gravok/log.h>
+#include <gravok/mesh_tools.h>
+#include <gravok/poly_file.h>
+#include <gravok/providers.h>
+#include <gravok/text.h>
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#if defined(_WIN32)
+#include <io.h>
+#define GRAVOK_ISATTY _isatty
+#define GRAVOK_FILENO _fileno
+#else
+#include <unistd.h>
+#define GRAVOK_ISATTY isatty
+#define GRAVOK_FILENO fileno
+#endif
+
+namespace gravok_tool {
+namespace {
+
+// Step names on stderr while a long command runs, when stderr is a terminal;
+// nothing at all when it is not.
+class Progress {
+ public:
+  Progress() : m_shown(GRAVOK_ISATTY(GRAVOK_FILENO(stderr)) != 0) {}
+  ~Progress() {
+    if (m_shown && m_width) std::cerr << "\r" << std::string(m_width, ' ') << "\r";
+  }
+  void step(const std::string& text) {
+    if (!m_shown) return;
+    std::cerr << "\r" << std::string(m_width, ' ') << "\r" << text << "..." << std::flush;
+    m_width = text.size() + 3;
+  }
+
+ private:
+  bool m_shown;
+  std::size_t m_width = 0;
+};
+
+std::wstring wide(const std::string& text) { return gvk::from_utf8(text); }
+
+std::string json_string(const std::string& text) {
+  std::string out = "\"";
+  for (const char c : text) {
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20) {
+          char escaped[8];
+          std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+          out += escaped;
+        } else {
+          out += c;
+        }
+    }
+  }
+  return out + "\"";
+}
+
+// Opens `location` as a source, or says on stderr why it cannot.
+std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
+  std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location);
+  if (!source) {
+    const std::string reason = builtin_source_error(location);
+    if (reason.empty()) {
+      std::cerr << "gravok: cannot open " << location << ": no provider opens it\n";
+    } else {
+      std::cerr << "gravok: " << reason << "\n";
+    }
+  }
+  return source;
+}
+
+std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
+  std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location);
+  if (!store) {
+    const std::string reason = builtin_store_error(location);
+    if (reason.empty()) {
+      std::cerr << "gravok: cannot open " << location << " as a store: no store provider "
+                << "opens it\n";
+    } else {
+      std::cerr << "gravok: " << reason << "\n";
+    }
+  }
+  return store;
+}
+
+}  // namespace
+
+int list_providers() {
+  const std::vector<std::string> store_names = gvk::dataStoreProviderNames();
+  const std::vector<std::string> source_names = gvk::dataSourceProviderNames();
+  const std::vector<const gvk::DataSourceProvider*> all = gvk::dataSourceProviders();
+  // dataSourceProviders lists the store providers first, then the source providers,
+  // each in name order: the same order as the two name lists one after the other.
+  std::vector<std::string> names = store_names;
+  names.insert(names.end(), source_names.begin(), source_names.end());
+  for (std::size_t i = 0; i < all.size() && i < names.size(); ++i) {
+    std::cout << names[i] << (i < store_names.size() ? " (store)" : " (source)") << ": "
+              << all[i]->description() << "\n";
+  }
+  return kSuccess;
+}
+
+int inspect(const Options& o) {
+  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
+  if (!source) return kUsage;
+  Progress progress;
+  progress.step("reading " + o.location);
+  Problem problem;
+  gvk_json::snapshot(*source, problem);
+  progress.step("checking");
+  const std::vector<Finding> findings = inspect_problem(problem, o.tolerance);
+  progress.step("");
+  if (o.json) {
+    std::cout << "{\"location\": " << json_string(o.location) << ", \"findings\": [";
+    for (std::size_t i = 0; i < findings.size(); ++i) {
+      std::cout << (i ? ",\n  " : "\n  ")
+                << "{\"check\": " << json_string(findings[i].check)
+                << ", \"where\": " << json_string(findings[i].where)
+                << ", \"what\": " << json_string(findings[i].what) << "}";
+    }
+    std::cout << (findings.empty() ? "]}\n" : "\n]}\n");
+  } else {
+    std::cout << summarise_problem(problem);
+    std::cout << findings.size() << (findings.size() == 1 ? " finding" : " findings")
+              << (findings.empty() ? "\n" : ":\n");
+    for (const Finding& f : findings) {
+      std::cout << "  " << f.where << ": " << f.what << " [" << f.check << "]\n";
+    }
+  }
+  return findings.empty() ? kSuccess : kFailed;
+}
+
+int copy(const Options& o) {
+  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
+  if (!source) return kUsage;
+  std::unique_ptr<gvk::DataStore> store = open_store(o.target);
+  if (!store) return kUsage;
+  Progress progress;
+  progress.step("copying " + o.location + " to " + o.target);
+  {
+    GRAVOK_LOG_TIMING(wide("copy " + o.location + " to " + o.target + " took "));
+    if (o.records_only) {
+      store->copyFrom(*source);
+    } else {
+      store->copyAllFrom(*source);
+    }
+  }
+  const std::string failure = builtin_write_error(*store);
+  if (!failure.empty()) {
+    std::cerr << "gravok: " << o.target << ": " << failure << "\n";
+    return kFailed;
+  }
+  return kSuccess;
+}
+
+int dump(const Options& o) {
+  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
+  if (!source) return kUsage;
+  Progress progress;
+  progress.step("reading " + o.location);
+  GRAVOK_LOG_TIMING(wide("dump " + o.location + " took "));
+  Problem problem;
+  gvk_json::snapshot(*source, problem);
+  progress.step("writing " + o.target);
+  std::string error;
+  if (!gvk_json::write_file(problem, o.target, error)) {
+    std::cerr << "gravok: " << error << "\n";
+    return kFailed;
+  }
+  return kSuccess;
+}
+
+int roundtrip(const Options& o) {
+  gvk_json::ProblemSource generated(generated_problem());
+  Progress progress;
+  progress.step("copying a generated problem into " + o.location);
+  {
+    std::unique_ptr<gvk::DataStore> store = open_store(o.location);
+    if (!store) return kUsage;
+    store->copyAllFrom(generated);
+    const std::string failure = builtin_write_error(*store);
+    if (!failure.empty()) {
+      std::cerr << "gravok: " << failure << "\n";
+      return kFailed;
+    }
+  }
+  progress.step("reading " + o.location + " back");
+  std::unique_ptr<gvk::DataSource> reopened = open_source(o.location);
+  if (!reopened) return kFailed;
+  Problem actual;
+  gvk_json::snapshot(*reopened, actual);
+  // What a store that loses nothing answers: the same transfer into a store in memory
+  // at the origin the store reports. Surfaces and GUIDs do not travel with a transfer.
+  Problem at_origin;
+  at_origin.xorig = actual.xorig;
+  at_origin.yorig = actual.yorig;
+  at_origin.zorig = actual.zorig;
+  at_origin.surface_ids = actual.surface_ids;
+  at_origin.surface_names = actual.surface_names;
+  at_origin.guids_valid = actual.guids_valid;
+  gvk_json::JsonStore lossless("", at_origin);
+  lossless.copyAllFrom(generated);
+  progress.step("");
+  const std::vector<std::string> differences =
+      compare_problems(lossless.problem(), actual);
+  for (const std::string& line : differences) std::cout << line << "\n";
+  std::cout << (differences.empty()
+                    ? "nothing lost\n"
+                    : std::to_string(differences.size()) + " differences\n");
+  return differences.empty() ? kSuccess : kFailed;
+}
+
+int mesh_clean(const Options& o) {
+  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
+  if (!source) return kUsage;
+  std::vector<double> x, y, z;
+  std::vector<gvk::Triangle> triangles;
+  std::vector<gravok_triangle_info> info;
+  source->get_eg_data(x, y, z, triangles, info);
+  const std::size_t vertices = x.size();
+  const std::vector<Finding> unsafe = [&] {
+    Problem mesh_only;
+    mesh_only.mesh = gvk_json::Mesh{x, y, z, triangles, info};
+    mesh_only.mesh.triangle_info.resize(triangles.size());
+    std::vector<Finding> found;
+    for (const Finding& f : inspect_problem(mesh_only, -1.0)) {
+      if (f.check == "index-out-of-range" || f.check == "missing-coordinates") {
+        found.push_back(f);
+      }
+    }
+    return found;
+  }();
+  if (!unsafe.empty()) {
+    // The mesh tools rely on valid indices and full coordinate arrays.
+    for (const Finding& f : unsafe)
+      std::cerr << "gravok: " << f.where << ": " << f.what << "\n";
+    return kFailed;
+  }
+  {
+    GRAVOK_LOG_TIMING(L"mesh clean took ");
+    gvk::reindex_mesh(x, y, z, triangles, o.tolerance);
+    const std::size_t welded = vertices - x.size();
+    gvk::remove_unused_vertices(x, y, z, triangles);
+    gvk::PolyFile::to_files(o.target, x, y, z, triangles);
+    std::cout << vertices << " vertices: " << welded << " welded, "
+              << vertices - welded - x.size() << " unused, " << x.size() << " kept; "
+              << triangles.size() << " triangles\n";
+  }
+  return kSuccess;
+}
+
+int uid(const Options& o) {
+  for (const std::string& text : o.words) {
+    std::cout << gvk::hashGradingElementUid(text) << "  " << text << "\n";
+  }
+  return kSuccess;
+}
+
+int classify(const Options& o) {
+  int status = kSuccess;
+  for (const std::string& name : o.words) {
+    GradingElementType kind{};
+    TriZoneType zone = Generic;
+    if (!gvk::get_constraint_type(name, kind, zone)) {
+      std::cout << "-  " << name << "\n";
+      status = kFailed;
+      continue;
+    }
+    std::cout << gvk_json::element_kind_name(kind);
+    if (kind == SurfaceZone) std::cout << (zone == Exclusion ? " Exclusion" : " Generic");
+    std::cout << "  " << name << "\n";
+  }
+  return status;
+}
+
+}  // namespace gravok_tool

@@ -1,0 +1,36 @@
+// The commands of the gravok tool, one function each, and the providers built into it.
+#ifndef GRAVOK_TOOL_COMMANDS_H
+#define GRAVOK_TOOL_COMMANDS_H
+
+#include <string>
+#include <vector>
+
+namespace gravok_tool {
+
+// Exit statuses.
+constexpr int kSuccess = 0;
+constexpr int kFailed = 1;  // the command ran and found a problem, or a write failed
+constexpr int kUsage = 2;   // bad arguments, or a location or file that cannot be opened
+
+// What the command line gave.
+struct Options {
+  std::string location;  // the source (or, for roundtrip, the store) location
+  std::string target;    // the store location, the output file or stem
+  std::vector<std::string> words;
+  double tolerance = 0.0;
+  bool json = false;
+  bool records_only = false;
+};
+
+int list_providers();
+int inspect(const Options& options);
+int copy(const Options& options);
+int dump(const Options& options);
+int roundtrip(const Options& options);
+int mesh_clean(const Options& options);
+int uid(const Options& options);
+int classify(const Options& options);
+
+}  // namespace gravok_tool
+
+#endif  // GRAVOK_TOOL_COMMANDS_H

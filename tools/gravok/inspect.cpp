@@ -1,0 +1,342 @@
+#include "inspect.h"
+
+#include <gravok/mesh_check.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <sstream>
+
+namespace gravok_tool {
+namespace {
+
+using Lists = std::vector<std::vector<double>>;
+
+std::string number(double v) {
+  std::ostringstream out;
+  out.precision(15);
+  out << v;
+  return out.str();
+}
+
+bool has_lists(GradingElementType kind) {
+  return kind != LowPoint && kind != BoundedPoint && kind != Offset;
+}
+
+// The plan points an element record holds itself (point kinds only).
+std::vector<std::pair<double, double>> record_points(GradingElementType kind,
+                                                     const gravok_grading_element& e) {
+  switch (kind) {
+    case LowPoint:
+    case BoundedPoint: return {{e.location[0], e.location[1]}};
+    case Offset: return {{e.location[1], e.location[2]}, {e.location[4], e.location[5]}};
+    default: return {};
+  }
+}
+
+// Point location over the mesh's triangles in plan: a uniform grid over the mesh's
+// extent, each cell listing the triangles whose box touches it. Triangles with an
+// index out of range or a coordinate that is not finite are left out.
+class PlanLocator {
+ public:
+  explicit PlanLocator(const Problem& p) : m_p(p) {
+    const std::size_t n = std::min({p.mesh.x.size(), p.mesh.y.size()});
+    for (std::size_t t = 0; t < p.mesh.triangles.size(); ++t) {
+      if (usable(p.mesh.triangles[t], n)) m_usable.push_back(t);
+    }
+    if (m_usable.empty()) return;
+    for (const std::size_t t : m_usable) {
+      for (const unsigned long long v : p.mesh.triangles[t]) {
+        m_x0 = std::min(m_x0, p.mesh.x[v]);
+        m_x1 = std::max(m_x1, p.mesh.x[v]);
+        m_y0 = std::min(m_y0, p.mesh.y[v]);
+        m_y1 = std::max(m_y1, p.mesh.y[v]);
+      }
+    }
+    m_cells =
+        static_cast<std::size_t>(std::sqrt(static_cast<double>(m_usable.size()))) + 1;
+    m_start.assign(m_cells * m_cells + 1, 0);
+    for (int pass = 0; pass < 2; ++pass) {
+      std::vector<std::size_t> fill(m_start.begin(), m_start.end() - 1);
+      if (pass == 1) m_entries.resize(m_start.back());
+      for (const std::size_t t : m_usable) {
+        const auto [c0, r0, c1, r1] = box_cells(t);
+        for (std::size_t r = r0; r <= r1; ++r) {
+          for (std::size_t c = c0; c <= c1; ++c) {
+            const std::size_t cell = r * m_cells + c;
+            if (pass == 0) {
+              ++m_start[cell + 1];
+            } else {
+              m_entries[fill[cell]++] = t;
+            }
+          }
+        }
+      }
+      if (pass == 0) {
+        for (std::size_t i = 1; i < m_start.size(); ++i) m_start[i] += m_start[i - 1];
+      }
+    }
+  }
+
+  bool empty() const { return m_usable.empty(); }
+
+  // Whether (px, py) lies in some triangle, its border included.
+  bool covers(double px, double py) const {
+    if (m_usable.empty() || !(px >= m_x0 && px <= m_x1 && py >= m_y0 && py <= m_y1)) {
+      return false;
+    }
+    const std::size_t cell = cell_row(py) * m_cells + cell_column(px);
+    for (std::size_t i = m_start[cell]; i < m_start[cell + 1]; ++i) {
+      if (inside(m_p.mesh.triangles[m_entries[i]], px, py)) return true;
+    }
+    return false;
+  }
+
+ private:
+  bool usable(const gvk::Triangle& t, std::size_t n) const {
+    for (const unsigned long long v : t) {
+      if (v >= n || !std::isfinite(m_p.mesh.x[v]) || !std::isfinite(m_p.mesh.y[v]))
+        return false;
+    }
+    return true;
+  }
+  std::size_t cell_column(double px) const { return cell_of(px, m_x0, m_x1); }
+  std::size_t cell_row(double py) const { return cell_of(py, m_y0, m_y1); }
+  std::size_t cell_of(double v, double lo, double hi) const {
+    if (!(hi > lo)) return 0;
+    const double f = (v - lo) / (hi - lo) * static_cast<double>(m_cells);
+    return std::min(m_cells - 1, static_cast<std::size_t>(std::max(0.0, f)));
+  }
+  std::array<std::size_t, 4> box_cells(std::size_t t) const {
+    double x0 = std::numeric_limits<double>::infinity(), x1 = -x0, y0 = x0, y1 = -x0;
+    for (const unsigned long long v : m_p.mesh.triangles[t]) {
+      x0 = std::min(x0, m_p.mesh.x[v]);
+      x1 = std::max(x1, m_p.mesh.x[v]);
+      y0 = std::min(y0, m_p.mesh.y[v]);
+      y1 = std::max(y1, m_p.mesh.y[v]);
+    }
+    return {cell_column(x0), cell_row(y0), cell_column(x1), cell_row(y1)};
+  }
+  bool inside(const gvk::Triangle& t, double px, double py) const {
+    const auto side = [&](unsigned long long a, unsigned long long b) {
+      return (m_p.mesh.x[b] - m_p.mesh.x[a]) * (py - m_p.mesh.y[a]) -
+             (m_p.mesh.y[b] - m_p.mesh.y[a]) * (px - m_p.mesh.x[a]);
+    };
+    const double s0 = side(t[0], t[1]), s1 = side(t[1], t[2]), s2 = side(t[2], t[0]);
+    return (s0 >= 0 && s1 >= 0 && s2 >= 0) || (s0 <= 0 && s1 <= 0 && s2 <= 0);
+  }
+
+  const Problem& m_p;
+  std::vector<std::size_t> m_usable;
+  double m_x0 = std::numeric_limits<double>::infinity(), m_x1 = -m_x0, m_y0 = m_x0,
+         m_y1 = -m_x0;
+  std::size_t m_cells = 0;
+  std::vector<std::size_t> m_start, m_entries;
+};
+
+class Checker {
+ public:
+  explicit Checker(const Problem& p) : m_p(p), m_locator(p) {}
+
+  std::vector<Finding> findings;
+
+  void mesh(double tolerance) {
+    for (const gvk::MeshFinding& f : gvk::check_mesh(m_p.mesh.x, m_p.mesh.y, m_p.mesh.z,
+                                                     m_p.mesh.triangles, tolerance)) {
+      static const char* const keys[] = {"missing-coordinates",   "index-out-of-range",
+                                         "non-finite-coordinate", "zero-area",
+                                         "unused-vertex",         "welded-vertex"};
+      const auto k = static_cast<std::size_t>(f.kind);
+      const std::string message = gvk::mesh_finding_message(f);
+      const std::size_t colon = message.find(": ");
+      add(k < std::size(keys) ? keys[k] : "mesh",
+          colon == std::string::npos ? "mesh" : message.substr(0, colon),
+          colon == std::string::npos ? message : message.substr(colon + 2));
+    }
+    if (m_p.mesh.triangle_info.size() != m_p.mesh.triangles.size()) {
+      add("triangle-info-count", "mesh",
+          std::to_string(m_p.mesh.triangle_info.size()) + " triangle records for " +
+              std::to_string(m_p.mesh.triangles.size()) + " triangles");
+    }
+    for (std::size_t i = 0; i < m_p.break_lines.size(); ++i) {
+      const gravok_line_3d& l = m_p.break_lines[i];
+      for (const double v : {l.x1, l.y1, l.z1, l.x2, l.y2, l.z2}) {
+        if (!std::isfinite(v)) {
+          add("non-finite-coordinate", "break line " + std::to_string(i),
+              "a coordinate is " + number(v));
+          break;
+        }
+      }
+    }
+  }
+
+  void elements() {
+    for (const auto& [kind, data] : m_p.elements) {
+      for (std::size_t i = 0; i < data.records.size(); ++i) {
+        element(kind, data, i);
+      }
+      if (!has_lists(kind)) continue;
+      const std::string where = gvk_json::element_kind_name(kind);
+      if (data.xs.size() != data.records.size() ||
+          data.ys.size() != data.records.size()) {
+        add("list-count", where,
+            std::to_string(data.records.size()) + " elements but " +
+                std::to_string(data.xs.size()) + " x lists and " +
+                std::to_string(data.ys.size()) + " y lists");
+      }
+    }
+  }
+
+  void settings() {
+    const auto check = [&](const char* key, bool bad, const std::string& what) {
+      if (bad) add(key, "settings", what);
+    };
+    check("slope-order", m_p.max_slope < m_p.min_slope,
+          "the maximum slope " + number(m_p.max_slope) + " is below the minimum slope " +
+              number(m_p.min_slope));
+    check("slope-range", !(m_p.min_slope >= 0) || !std::isfinite(m_p.max_slope),
+          "the slopes " + number(m_p.min_slope) + " to " + number(m_p.max_slope) +
+              " are not a finite range from zero up");
+    const std::size_t pairs = std::min(m_p.max_slopes.size(), m_p.min_slopes.size());
+    for (std::size_t i = 0; i < pairs; ++i) {
+      check("slope-order", m_p.max_slopes[i] < m_p.min_slopes[i],
+            "maximum slope " + std::to_string(i) + " (" + number(m_p.max_slopes[i]) +
+                ") is below minimum slope " + std::to_string(i) + " (" +
+                number(m_p.min_slopes[i]) + ")");
+    }
+    check("slope-count",
+          !m_p.max_slopes.empty() && !m_p.min_slopes.empty() &&
+              m_p.max_slopes.size() != m_p.min_slopes.size(),
+          std::to_string(m_p.max_slopes.size()) + " maximum slopes but " +
+              std::to_string(m_p.min_slopes.size()) + " minimum slopes");
+    check("non-finite-origin",
+          !std::isfinite(m_p.xorig) || !std::isfinite(m_p.yorig) ||
+              !std::isfinite(m_p.zorig),
+          "the origin (" + number(m_p.xorig) + ", " + number(m_p.yorig) + ", " +
+              number(m_p.zorig) + ") is not finite");
+    check("iteration-count", m_p.max_iteration_count <= 0,
+          "the maximum iteration count " + std::to_string(m_p.max_iteration_count) +
+              " allows no iteration");
+    check("epsilon", !(m_p.epsilon >= 0) || !std::isfinite(m_p.epsilon),
+          "epsilon " + number(m_p.epsilon) + " is not a finite value from zero up");
+    check("unit-factors",
+          m_p.linear_unit.conversions.size() != 9 ||
+              m_p.area_unit.conversions.size() != 9 ||
+              m_p.volume_unit.conversions.size() != 9,
+          "a unit does not carry one conversion factor per known unit type");
+    check("surface-names", m_p.surface_ids.size() != m_p.surface_names.size(),
+          std::to_string(m_p.surface_ids.size()) + " surface ids but " +
+              std::to_string(m_p.surface_names.size()) + " surface names");
+  }
+
+ private:
+  void add(std::string check, std::string where, std::string what) {
+    findings.push_back({std::move(check), std::move(where), std::move(what)});
+  }
+
+  void element(GradingElementType kind, const gvk_json::ElementSet& data, std::size_t i) {
+    const std::string where = gvk_json::element_kind_name(kind) + " " + std::to_string(i);
+    std::vector<std::pair<double, double>> points = record_points(kind, data.records[i]);
+    for (const double v : data.records[i].location) {
+      if (!has_lists(kind) && !std::isfinite(v)) {
+        add("non-finite-coordinate", where, "a location value is " + number(v));
+        break;
+      }
+    }
+    if (has_lists(kind) && i < data.xs.size() && i < data.ys.size()) {
+      const std::vector<double>& xs = data.xs[i];
+      const std::vector<double>& ys = data.ys[i];
+      if (xs.size() != ys.size()) {
+        add("list-length", where,
+            std::to_string(xs.size()) + " x values but " + std::to_string(ys.size()) +
+                " y values");
+      }
+      for (std::size_t k = 0; k < std::min(xs.size(), ys.size()); ++k) {
+        points.emplace_back(xs[k], ys[k]);
+      }
+    }
+    for (std::size_t k = 0; k < points.size(); ++k) {
+      const auto [px, py] = points[k];
+      if (!std::isfinite(px) || !std::isfinite(py)) {
+        // A point kind's record has been reported above already.
+        if (!has_lists(kind)) continue;
+        add("non-finite-coordinate", where,
+            "point " + std::to_string(k) + " is (" + number(px) + ", " + number(py) +
+                ")");
+      } else if (!m_locator.empty() && !m_locator.covers(px, py)) {
+        add("outside-mesh", where,
+            "point " + std::to_string(k) + " (" + number(px) + ", " + number(py) +
+                ") lies outside the mesh");
+      }
+    }
+  }
+
+  const Problem& m_p;
+  PlanLocator m_locator;
+};
+
+}  // namespace
+
+std::vector<Finding> inspect_problem(const Problem& problem, double tolerance) {
+  Checker checker(problem);
+  checker.mesh(tolerance);
+  checker.elements();
+  checker.settings();
+  return checker.findings;
+}
+
+std::string summarise_problem(const Problem& p) {
+  std::ostringstream out;
+  out.precision(15);
+  const auto unit = [](const gvk_json::StoredUnit& u) {
+    return u.name + (u.abbreviation.empty() ? "" : " (" + u.abbreviation + ")");
+  };
+  out << "units: linear " << unit(p.linear_unit) << ", area " << unit(p.area_unit)
+      << ", volume " << unit(p.volume_unit) << "\n";
+  out << "origin: " << p.xorig << ", " << p.yorig << ", " << p.zorig << "\n";
+  if (!p.hostcad_version.empty()) out << "host: " << p.hostcad_version << "\n";
+  for (std::size_t i = 0; i < p.surface_ids.size(); ++i) {
+    out << "surface " << p.surface_ids[i] << ": "
+        << (i < p.surface_names.size() ? p.surface_names[i] : "") << "\n";
+  }
+  out << "mesh: " << p.mesh.x.size() << " vertices, " << p.mesh.triangles.size()
+      << " triangles";
+  double lo[3], hi[3];
+  const std::vector<double>* axes[] = {&p.mesh.x, &p.mesh.y, &p.mesh.z};
+  bool any = false;
+  for (int a = 0; a < 3; ++a) {
+    lo[a] = std::numeric_limits<double>::infinity();
+    hi[a] = -lo[a];
+    for (const double v : *axes[a]) {
+      if (!std::isfinite(v)) continue;
+      lo[a] = std::min(lo[a], v);
+      hi[a] = std::max(hi[a], v);
+      any = true;
+    }
+  }
+  if (any) {
+    out << ", extent x " << lo[0] << " to " << hi[0] << ", y " << lo[1] << " to " << hi[1]
+        << ", z " << lo[2] << " to " << hi[2] << " (local)";
+  }
+  out << "\n";
+  out << "break lines: " << p.break_lines.size()
+      << ", objectives: " << p.objectives.size() << "\n";
+  out << "elements:";
+  bool none = true;
+  for (const auto& [kind, data] : p.elements) {
+    if (data.records.empty()) continue;
+    out << " " << gvk_json::element_kind_name(kind) << " " << data.records.size();
+    none = false;
+  }
+  out << (none ? " none\n" : "\n");
+  out << "settings: slopes " << p.min_slope << " to " << p.max_slope << ", "
+      << p.max_slopes.size() << " maximum and " << p.min_slopes.size()
+      << " minimum slopes, volume constraint " << p.volume_constraint << ", fix boundary "
+      << (p.fix_boundary ? "yes" : "no") << ", mesh metric " << p.metric.kind << "/"
+      << p.metric.value << ", iterations " << p.max_iteration_count << ", epsilon "
+      << p.epsilon << "\n";
+  return out.str();
+}
+
+}  // namespace gravok_tool

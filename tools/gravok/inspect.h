@@ -1,0 +1,30 @@
+// The checks of `gravok inspect`: what the library itself never checks in a problem.
+#ifndef GRAVOK_TOOL_INSPECT_H
+#define GRAVOK_TOOL_INSPECT_H
+
+#include "compare.h"
+
+#include <string>
+#include <vector>
+
+namespace gravok_tool {
+
+// One problem found: where it is ("triangle 12", "DrainLine 3", "settings") and what
+// it is, in one English sentence.
+struct Finding {
+  std::string check;  // a stable key for scripts, e.g. "index-out-of-range"
+  std::string where;
+  std::string what;
+};
+
+// Every finding in `problem`, mesh first, then elements, then settings. Vertices that
+// weld within `tolerance` are findings; a negative or NaN tolerance checks no welds.
+std::vector<Finding> inspect_problem(const Problem& problem, double tolerance);
+
+// A summary of the problem for people: units, origin, settings, mesh size and
+// extent, element counts by kind; several lines, each ending in a line feed.
+std::string summarise_problem(const Problem& problem);
+
+}  // namespace gravok_tool
+
+#endif  // GRAVOK_TOOL_INSPECT_H

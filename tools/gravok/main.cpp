@@ -1,0 +1,152 @@
+// gravok: opens, inspects, copies and dumps grading problems through the library's
+// registries, with plug-in modules loaded from --plugin and GRAVOK_PLUGINS.
+//
+// Exit status: 0 on success (inspect: no finding), 1 when a command did its work and
+// found a problem (inspect: findings; roundtrip: something lost; copy, dump, mesh
+// clean: the store or the file failed), 2 on a usage error or when a location, file
+// or plug-in cannot be opened.
+#include "builtin_providers.h"
+#include "commands.h"
+
+#include <gravok/log.h>
+#include <gravok/plugin.h>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+#if defined(_WIN32)
+constexpr char kPathListSeparator = ';';
+#else
+constexpr char kPathListSeparator = ':';
+#endif
+
+std::vector<std::string> split_path_list(const char* list) {
+  std::vector<std::string> paths;
+  if (!list) return paths;
+  std::string current;
+  for (const char* c = list;; ++c) {
+    if (*c == kPathListSeparator || *c == '\0') {
+      if (!current.empty()) paths.push_back(current);
+      current.clear();
+      if (*c == '\0') break;
+    } else {
+      current += *c;
+    }
+  }
+  return paths;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using gravok_tool::Options;
+  Options o;
+  std::vector<std::string> plugins;
+  bool verbose = false;
+
+  CLI::App app{"gravok: open, inspect, copy and dump grading problems"};
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.add_option("--plugin", plugins, "load a plug-in module (repeat for more)")
+      ->type_size(1)
+      ->allow_extra_args(false)
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_flag("--verbose", verbose, "log to the console at debug level");
+
+  CLI::App* providers = app.add_subcommand("providers", "list every registered provider");
+
+  CLI::App* inspect = app.add_subcommand(
+      "inspect", "summarise a problem and report what the library never checks");
+  inspect->add_option("location", o.location, "the problem to open")->required();
+  inspect->add_option("--tolerance", o.tolerance,
+                      "report vertices that weld within this plan distance (default 0)");
+  inspect->add_flag("--json", o.json, "print the findings as JSON");
+
+  CLI::App* copy =
+      app.add_subcommand("copy", "copy a problem from a source into a store");
+  copy->add_option("source", o.location, "the location to read")->required();
+  copy->add_option("store", o.target, "the location to write")->required();
+  copy->add_flag("--records-only", o.records_only,
+                 "move only what copyFrom moves (settings, mesh, element records)");
+
+  CLI::App* dump = app.add_subcommand(
+      "dump", "write everything a source answers as a JSON problem document");
+  dump->add_option("source", o.location, "the location to read")->required();
+  dump->add_option("file", o.target, "the JSON document to write")->required();
+
+  CLI::App* roundtrip = app.add_subcommand(
+      "roundtrip", "copy a generated problem into a store, read it back and compare");
+  roundtrip->add_option("store", o.location, "the store location to test")->required();
+
+  CLI::App* mesh = app.add_subcommand("mesh", "mesh tools");
+  mesh->require_subcommand(1);
+  CLI::App* clean = mesh->add_subcommand(
+      "clean", "weld vertices, drop unused ones and write .1.node and .1.ele files");
+  clean->add_option("input", o.location, "the problem whose mesh to clean")->required();
+  clean->add_option("-o,--output", o.target, "stem of the files to write")->required();
+  clean->add_option("--tolerance", o.tolerance, "weld distance in plan")->required();
+
+  CLI::App* uid = app.add_subcommand("uid", "print the uid of each GUID text");
+  uid->add_option("text", o.words, "GUID texts")->required();
+
+  CLI::App* classify =
+      app.add_subcommand("classify", "print the element kind each name classifies as");
+  classify->add_option("name", o.words, "host names")->required();
+
+  for (CLI::App* command : app.get_subcommands({})) command->fallthrough();
+  clean->fallthrough();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    app.exit(e);
+    return gravok_tool::kUsage;
+  }
+
+  if (verbose) gvk::Log::RegisterConsoleLogger(gvk::Log::debug);
+  gravok_tool::register_builtin_providers();
+
+  // Modules stay loaded until every source and store of the command is gone: the
+  // command runs in its own scope below.
+  std::vector<std::unique_ptr<gvk::PluginModule>> modules;
+  std::vector<std::string> paths = split_path_list(std::getenv("GRAVOK_PLUGINS"));
+  paths.insert(paths.end(), plugins.begin(), plugins.end());
+  for (const std::string& path : paths) {
+    std::string error;
+    std::unique_ptr<gvk::PluginModule> module = gvk::PluginModule::load(path, error);
+    if (!module) {
+      std::cerr << "gravok: " << error << "\n";
+      return gravok_tool::kUsage;
+    }
+    modules.push_back(std::move(module));
+  }
+
+  int status = gravok_tool::kUsage;
+  try {
+    if (*providers) status = gravok_tool::list_providers();
+    if (*inspect) status = gravok_tool::inspect(o);
+    if (*copy) status = gravok_tool::copy(o);
+    if (*dump) status = gravok_tool::dump(o);
+    if (*roundtrip) status = gravok_tool::roundtrip(o);
+    if (*clean) status = gravok_tool::mesh_clean(o);
+    if (*uid) status = gravok_tool::uid(o);
+    if (*classify) status = gravok_tool::classify(o);
+  } catch (const std::exception& e) {
+    std::cerr << "gravok: " << e.what() << "\n";
+    status = gravok_tool::kFailed;
+  }
+  gravok_tool::unregister_builtin_providers();
+  return status;
+}

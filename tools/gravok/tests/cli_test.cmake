@@ -1,0 +1,71 @@
+# Runs the gravok tool as a user would and checks each command's exit status and
+# output. Arguments: -DGRAVOK=<tool> -DWORK_DIR=<scratch folder> -DBARE_MODULE=<a
+# module without entry points> -DPLUGIN=<a module with entry points>.
+file(REMOVE_RECURSE ${WORK_DIR})
+file(MAKE_DIRECTORY ${WORK_DIR})
+set(failures "")
+
+# expect(<status> <regex> <arguments>...): the tool exits with <status> and its
+# standard output and error together match <regex>.
+function(expect status regex)
+  execute_process(COMMAND ${GRAVOK} ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out
+                  ERROR_VARIABLE err)
+  if(NOT rc STREQUAL status OR NOT "${out}${err}" MATCHES "${regex}")
+    string(REPLACE ";" " " args "${ARGN}")
+    set(failures "${failures}\ngravok ${args}\n  exit ${rc} (wanted ${status})\n  ${out}${err}"
+        PARENT_SCOPE)
+  endif()
+endfunction()
+
+set(d ${WORK_DIR})
+file(WRITE ${d}/square.node "# a unit square\n4 2 1 1\n0 0 0 5 1\n1 1 0 6 1\n2 1 1 7 1\n3 0 1 8 1\n")
+file(WRITE ${d}/square.ele "2 3 0\n0 0 1 2\n1 0 2 3\n")
+file(WRITE ${d}/unused.node "5 2 1 0\n1 0 0 5\n2 1 0 6\n3 1 1 7\n4 0 1 8\n5 9 9 9\n")
+file(WRITE ${d}/unused.ele "2 3 0\n1 1 2 3\n2 1 3 4\n")
+file(WRITE ${d}/broken.ele "2 3 0\n0 0 1 2\n1 0 2 30\n")
+file(COPY_FILE ${d}/square.node ${d}/broken.node)
+file(WRITE ${d}/twice.node "5 2 1 0\n0 0 0 5\n1 1 0 6\n2 1 1 7\n3 0 1 8\n4 0 0 9\n")
+file(WRITE ${d}/twice.ele "2 3 0\n0 0 1 2\n1 4 2 3\n")
+# A vertex line with four fields: the design's .poly reader ends the process on it.
+file(WRITE ${d}/short.poly "2 2 1 1\n0 0 0 5 1\n1 1 0 6\n0 0\n")
+
+expect(0 "0 findings" inspect ${d}/square.node)
+expect(1 "1 finding:.*vertex 4: no triangle uses it" inspect ${d}/unused.ele)
+expect(1 "\"check\": \"unused-vertex\"" inspect --json ${d}/unused.node)
+expect(2 "broken.ele:3: .*vertex 30" inspect ${d}/broken.node)
+expect(2 "short.poly:3" inspect ${d}/short.poly)
+expect(2 "missing.node" inspect ${d}/missing.node)
+expect(2 "no provider opens it" inspect nowhere:at-all)
+expect(2 "gravok_plugin_register" inspect ${d}/square.node --plugin ${BARE_MODULE})
+expect(2 "gravok_plugin_register" --plugin ${BARE_MODULE} inspect ${d}/square.node)
+expect(2 "nonexistent-module" inspect ${d}/square.node --plugin ${d}/nonexistent-module.so)
+expect(2 "required" inspect)
+expect(0 "gravok.node-ele \\(source\\)" providers)
+expect(1 "vertex 4: welds into vertex 0" inspect ${d}/twice.node)
+expect(0 "5 vertices: 1 welded, 0 unused, 4 kept; 2 triangles" mesh clean ${d}/twice.node -o ${d}/clean --tolerance 0)
+expect(0 "mesh: 4 vertices, 2 triangles.*0 findings" inspect ${d}/clean.1.node)
+expect(0 "DrainLine  NorthDrainLine" classify NorthDrainLine)
+expect(1 "-  Nothing" classify Nothing)
+expect(0 "-7985353356520883703  \\{ABC\\}" uid {ABC})
+
+# JSON problem documents: a store loses nothing, a dump read back dumps the same bytes.
+expect(0 "nothing lost" roundtrip json:${d}/roundtrip.json)
+expect(0 "" dump ${d}/roundtrip.json ${d}/dump1.json)
+expect(0 "" dump json:${d}/dump1.json ${d}/dump2.json)
+execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${d}/dump1.json ${d}/dump2.json
+                RESULT_VARIABLE differ)
+if(differ)
+  set(failures "${failures}\na dump read back and dumped again differs")
+endif()
+expect(0 "" copy ${d}/square.node ${d}/square.json)
+expect(0 "mesh: 4 vertices, 2 triangles.*0 findings" inspect ${d}/square.json)
+expect(0 "" copy --records-only ${d}/roundtrip.json ${d}/records.json)
+file(WRITE ${d}/truncated.json "{\"format\": \"gravok-problem\", \"version\": 1, \"mesh\": {\"x\": [1, 2")
+expect(2 "truncated.json: line 1" inspect ${d}/truncated.json)
+file(WRITE ${d}/wrong.json "{\"format\": \"gravok-problem\", \"version\": 1, \"max_slope\": \"steep\"}")
+expect(2 "/max_slope" inspect ${d}/wrong.json)
+expect(2 "as a store" copy ${d}/square.node ${d}/square.txt)
+
+if(failures)
+  message(FATAL_ERROR "${failures}")
+endif()

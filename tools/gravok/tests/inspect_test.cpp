@@ -1,0 +1,164 @@
+#include "inspect.h"
+#include "compare.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+using gravok_tool::Problem;
+
+// A 3 x 3 grid of vertices 10 apart, eight triangles, a low point and a drain line on
+// it, sensible settings: nothing to report.
+Problem clean_problem() {
+  Problem p;
+  for (int j = 0; j < 3; ++j) {
+    for (int i = 0; i < 3; ++i) {
+      p.mesh.x.push_back(10.0 * i);
+      p.mesh.y.push_back(10.0 * j);
+      p.mesh.z.push_back(100.0 + i);
+    }
+  }
+  for (unsigned long long j = 0; j < 2; ++j) {
+    for (unsigned long long i = 0; i < 2; ++i) {
+      const unsigned long long a = i + 3 * j;
+      p.mesh.triangles.push_back({a, a + 1, a + 4});
+      p.mesh.triangles.push_back({a, a + 4, a + 3});
+    }
+  }
+  p.mesh.triangle_info.resize(p.mesh.triangles.size());
+  gravok_grading_element low{};
+  low.location[0] = 5;
+  low.location[1] = 5;
+  p.elements[LowPoint].records = {low};
+  p.elements[DrainLine].records = {gravok_grading_element{}};
+  p.elements[DrainLine].xs = {{1, 10, 19}};
+  p.elements[DrainLine].ys = {{1, 10, 20}};
+  return p;
+}
+
+TEST(Inspect, ACleanProblemHasNoFinding) {
+  EXPECT_TRUE(gravok_tool::inspect_problem(clean_problem(), 0.5).empty());
+}
+
+TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    const char* check;
+    const char* where;
+    std::function<void(Problem&)> plant;
+  };
+  const Case cases[] = {
+      {"index-out-of-range", "triangle 3",
+       [](Problem& p) { p.mesh.triangles[3][1] = 1000000000000000000ULL; }},
+      {"missing-coordinates", "vertex 8", [](Problem& p) { p.mesh.z.pop_back(); }},
+      {"non-finite-coordinate", "vertex 4", [](Problem& p) { p.mesh.z[4] = INFINITY; }},
+      {"zero-area", "triangle 0",
+       [](Problem& p) {
+         p.mesh.triangles[0] = {0, 1, 2};
+       }},
+      {"unused-vertex", "vertex 9",
+       [](Problem& p) {
+         p.mesh.x.push_back(5);
+         p.mesh.y.push_back(5);
+         p.mesh.z.push_back(0);
+       }},
+      {"welded-vertex", "vertex 9",
+       [](Problem& p) {
+         p.mesh.x.push_back(10.25);
+         p.mesh.y.push_back(10);
+         p.mesh.z.push_back(0);
+         p.mesh.triangles.push_back({9, 1, 2});
+         p.mesh.triangle_info.resize(9);
+       }},
+      {"triangle-info-count", "mesh",
+       [](Problem& p) { p.mesh.triangle_info.pop_back(); }},
+      {"non-finite-coordinate", "break line 0",
+       [=](Problem& p) {
+         p.break_lines = {{0, 0, nan, 1, 1, 1}};
+       }},
+      {"list-count", "DrainLine",
+       [](Problem& p) {
+         p.elements[DrainLine].xs.push_back({});
+         p.elements[DrainLine].ys.push_back({});
+       }},
+      {"list-length", "DrainLine 0",
+       [](Problem& p) { p.elements[DrainLine].ys[0].pop_back(); }},
+      {"outside-mesh", "LowPoint 0",
+       [](Problem& p) { p.elements[LowPoint].records[0].location[0] = 25; }},
+      {"outside-mesh", "DrainLine 0",
+       [](Problem& p) { p.elements[DrainLine].ys[0][2] = -0.5; }},
+      {"non-finite-coordinate", "LowPoint 0",
+       [=](Problem& p) { p.elements[LowPoint].records[0].location[1] = nan; }},
+      {"slope-order", "settings", [](Problem& p) { p.max_slope = 0.001; }},
+      {"slope-order", "settings",
+       [](Problem& p) {
+         p.max_slopes = {0.1};
+         p.min_slopes = {0.2};
+       }},
+      {"slope-count", "settings",
+       [](Problem& p) {
+         p.max_slopes = {0.3, 0.3};
+         p.min_slopes = {0.1};
+       }},
+      {"slope-range", "settings", [](Problem& p) { p.min_slope = -0.1; }},
+      {"non-finite-origin", "settings", [=](Problem& p) { p.yorig = nan; }},
+      {"iteration-count", "settings", [](Problem& p) { p.max_iteration_count = 0; }},
+      {"epsilon", "settings", [](Problem& p) { p.epsilon = -1; }},
+      {"unit-factors", "settings", [](Problem& p) { p.area_unit.conversions.clear(); }},
+      {"surface-names", "settings", [](Problem& p) { p.surface_ids = {1}; }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.check) + " at " + c.where);
+    Problem p = clean_problem();
+    c.plant(p);
+    const auto findings = gravok_tool::inspect_problem(p, 0.5);
+    ASSERT_EQ(findings.size(), 1u)
+        << (findings.empty() ? "" : findings[1 % findings.size()].what);
+    EXPECT_EQ(findings[0].check, c.check);
+    EXPECT_EQ(findings[0].where, c.where);
+    EXPECT_FALSE(findings[0].what.empty());
+  }
+}
+
+TEST(CompareProblems, FindsEveryBitThatDiffersAndNamesItsPlace) {
+  const Problem generated = gravok_tool::generated_problem();
+  EXPECT_TRUE(gravok_tool::compare_problems(generated, generated).empty());
+  struct Case {
+    const char* path;
+    std::function<void(Problem&)> change;
+  };
+  const Case cases[] = {
+      {"/elements/Pond/xs/0/1",
+       [](Problem& p) {
+         p.elements[Pond].xs[0][1] = std::nextafter(p.elements[Pond].xs[0][1], 0.0);
+       }},
+      {"/mesh/z/0", [](Problem& p) { p.mesh.z[0] = -p.mesh.z[0]; }},
+      {"/mesh/z/4",
+       [](Problem& p) { p.mesh.z[4] = 0.0; }},  // -0.0 in the generated problem
+      {"/break_lines/0", [](Problem& p) { p.break_lines[0].z2 = -p.break_lines[0].z2; }},
+      {"/elements/Curb/complex/double_lists_1/1/0",
+       [](Problem& p) { p.elements[Curb].complex.double_lists_1[1][0] = 1.0; }},
+      {"/elements/LowPoint/records/1",
+       [](Problem& p) { p.elements[LowPoint].records[1].trailer[119] ^= 1; }},
+      {"/units/linear/abbreviation",
+       [](Problem& p) { p.linear_unit.abbreviation = "ft US"; }},
+      {"/max_iteration_count", [](Problem& p) { ++p.max_iteration_count; }},
+      {"/mesh/triangles", [](Problem& p) { p.mesh.triangles.pop_back(); }},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.path);
+    Problem changed = generated;
+    c.change(changed);
+    const auto differences = gravok_tool::compare_problems(generated, changed);
+    ASSERT_EQ(differences.size(), 1u);
+    EXPECT_EQ(differences[0].rfind(std::string(c.path) + ": ", 0), 0u) << differences[0];
+  }
+}
+
+}  // namespace
