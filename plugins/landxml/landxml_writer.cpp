@@ -242,7 +242,16 @@ void write_features(Output& out, const std::vector<Feature>& features) {
 
 // Segments that continue one another (the end of one is the start of the next) are
 // written as one <Breakline>, so a polyline read from a file goes back as it came.
-void write_break_lines(Output& out, const std::vector<gravok_line_3d>& lines) {
+// LandXML has no notation for a coordinate that is not finite: a segment with one is
+// left out, and the break line goes on after it as a new one.
+void write_break_lines(Output& out, const std::vector<gravok_line_3d>& all) {
+  std::vector<gravok_line_3d> lines;
+  for (const gravok_line_3d& l : all) {
+    if (std::isfinite(l.x1) && std::isfinite(l.y1) && std::isfinite(l.z1) &&
+        std::isfinite(l.x2) && std::isfinite(l.y2) && std::isfinite(l.z2)) {
+      lines.push_back(l);
+    }
+  }
   if (lines.empty()) return;
   out.text("      <SourceData>\n        <Breaklines>\n");
   for (std::size_t i = 0; i < lines.size(); ++i) {

@@ -206,7 +206,11 @@ int roundtrip(const Options& o) {
   }
   progress.step("reading " + o.location + " back");
   std::unique_ptr<gvk::DataSource> reopened = open_source(o.location);
-  if (!reopened) return kFailed;
+  if (!reopened) {
+    std::cerr << "gravok: what the store wrote at " << o.location
+              << " does not open again as a source\n";
+    return kFailed;
+  }
   Problem actual;
   gvk_json::snapshot(*reopened, actual);
   // What a store that loses nothing answers: the same transfer into a store in memory

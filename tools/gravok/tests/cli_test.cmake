@@ -1,6 +1,7 @@
 # Runs the gravok tool as a user would and checks each command's exit status and
 # output. Arguments: -DGRAVOK=<tool> -DWORK_DIR=<scratch folder> -DBARE_MODULE=<a
-# module without entry points> -DPLUGIN=<a module with entry points>.
+# module without entry points> -DDATA_DIR=<tests/data> and, when it is built,
+# -DLANDXML_PLUGIN=<the LandXML plug-in module>.
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 set(failures "")
@@ -65,6 +66,16 @@ expect(2 "truncated.json: line 1" inspect ${d}/truncated.json)
 file(WRITE ${d}/wrong.json "{\"format\": \"gravok-problem\", \"version\": 1, \"max_slope\": \"steep\"}")
 expect(2 "/max_slope" inspect ${d}/wrong.json)
 expect(2 "as a store" copy ${d}/square.node ${d}/square.txt)
+
+# A real surface from design software, through the LandXML plug-in module.
+if(LANDXML_PLUGIN)
+  set(civil ${DATA_DIR}/landxml/civil_example_clean.xml)
+  expect(0 "host: Autodesk Civil 3D 2023.*mesh: 29 vertices, 45 triangles.*0 findings"
+         inspect ${civil} --plugin ${LANDXML_PLUGIN})
+  expect(0 "" copy ${civil} ${d}/civil.json --plugin ${LANDXML_PLUGIN})
+  expect(0 "origin: 0, 0, 0.*host: Autodesk Civil 3D 2023.*29 vertices" inspect ${d}/civil.json)
+  expect(1 "differences" roundtrip landxml:${d}/lossy.xml --plugin ${LANDXML_PLUGIN})
+endif()
 
 if(failures)
   message(FATAL_ERROR "${failures}")
