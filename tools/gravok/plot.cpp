@@ -164,7 +164,7 @@ Layout lay_out(const PlotOptions& options, double x0, double x1, double y0, doub
   Layout l;
   l.width = std::clamp(options.width, 600, 8000);
   l.u = l.width / 1400.0;
-  const double left = 100 * l.u, right = 20 * l.u, top = 80 * l.u, bottom = 70 * l.u;
+  const double left = 110 * l.u, right = 20 * l.u, top = 80 * l.u, bottom = 70 * l.u;
   const double legend = 300 * l.u;
   l.map_width = l.width - left - right - legend;
   double span_x = x1 - x0, span_y = y1 - y0;
@@ -480,8 +480,9 @@ void draw_legend(cairo_t* cr, const gvk_json::Problem& p, const Ground& ground,
 }
 
 std::string origin_text(const gvk_json::Problem& p) {
-  return "origin x " + number(p.xorig, 3) + ", y " + number(p.yorig, 3) + ", z " +
-         number(p.zorig, 3) + " " + unit_label(p.linear_unit) +
+  const auto exact = [](double v) { return number(v, decimals_for(v)); };
+  return "origin x " + exact(p.xorig) + ", y " + exact(p.yorig) + ", z " +
+         exact(p.zorig) + " " + unit_label(p.linear_unit) +
          "; coordinates shown absolute (local + origin)";
 }
 

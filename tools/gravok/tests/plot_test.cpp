@@ -154,7 +154,7 @@ TEST(PlotProblem, LegendNamesEveryKindAndTheExtentHoldsTheSite) {
   EXPECT_LT(s.y_max - s.y_min, 1.5 * (s.x_max - s.x_min));
   EXPECT_NE(svg.find("width=\"" + std::to_string(s.page_width) + "pt\""),
             std::string::npos);
-  EXPECT_NE(desc.find("origin x 1000.000, y 2000.000"), std::string::npos);
+  EXPECT_NE(desc.find("origin x 1000, y 2000"), std::string::npos);
 }
 
 TEST(PlotProblem, PlotsWhateverTheProblemHolds) {
