@@ -354,6 +354,11 @@ void draw_frame(cairo_t* cr, const gvk_json::Problem& p, const Layout& l) {
   const std::string unit = unit_label(p.linear_unit);
   text(cr, (left + right) / 2, bottom + 42 * u, "x (" + unit + ", absolute)", 12 * u,
        0.5);
+  cairo_save(cr);
+  cairo_translate(cr, left - 34 * u, (top + bottom) / 2);
+  cairo_rotate(cr, -kPi / 2);
+  text(cr, 0, 0, "y (" + unit + ", absolute)", 12 * u, 0.5);
+  cairo_restore(cr);
 }
 
 struct LegendEntry {
