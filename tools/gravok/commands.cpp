@@ -2,9 +2,11 @@
 
 #include "builtin_providers.h"
 #include "compare.h"
+#include "demo.h"
 #include "inspect.h"
 #include "json_document.h"
 #include "json_store.h"
+#include "plot.h"
 #include "problem_source.h"
 
 #include <gravok/element_types.h>
@@ -295,6 +297,37 @@ int classify(const Options& o) {
     std::cout << "  " << name << "\n";
   }
   return status;
+}
+
+int plot(const Options& o) {
+  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
+  if (!source) return kUsage;
+  Progress progress;
+  progress.step("reading " + o.location);
+  Problem problem;
+  gvk_json::snapshot(*source, problem);
+  progress.step("drawing " + o.target);
+  GRAVOK_LOG_TIMING(wide("plot " + o.location + " took "));
+  PlotOptions options;
+  options.contour_interval = o.contour;
+  options.mesh_edges = o.mesh_edges;
+  options.title = o.location;
+  PlotSummary summary;
+  std::string error;
+  if (!plot_problem(problem, options, o.target, summary, error)) {
+    std::cerr << "gravok: " << error << "\n";
+    return kFailed;
+  }
+  progress.step("");
+  std::cout << o.target << ": " << summary.triangles_drawn << " triangles drawn";
+  if (summary.triangles_skipped)
+    std::cout << ", " << summary.triangles_skipped << " skipped";
+  std::cout << ", contours every " << summary.contour_interval << "\n";
+  return kSuccess;
+}
+
+int demo(const Options& o) {
+  return run_demo(o.location, std::cout) == 0 ? kSuccess : kFailed;
 }
 
 }  // namespace gravok_tool

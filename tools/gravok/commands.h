@@ -18,6 +18,8 @@ struct Options {
   std::string target;    // the store location, the output file or stem
   std::vector<std::string> words;
   double tolerance = 0.0;
+  double contour = 0.0;  // plot: contour interval, 0 for a default from the elevations
+  bool mesh_edges = false;
   bool json = false;
   bool records_only = false;
 };
@@ -30,6 +32,8 @@ int roundtrip(const Options& options);
 int mesh_clean(const Options& options);
 int uid(const Options& options);
 int classify(const Options& options);
+int plot(const Options& options);
+int demo(const Options& options);
 
 }  // namespace gravok_tool
 

@@ -101,6 +101,19 @@ int main(int argc, char** argv) {
       app.add_subcommand("classify", "print the element kind each name classifies as");
   classify->add_option("name", o.words, "host names")->required();
 
+  CLI::App* plot = app.add_subcommand("plot", "draw a plan view of a problem");
+  plot->add_option("location", o.location, "the problem to draw")->required();
+  plot->add_option("-o,--output", o.target, "the picture to write: .svg, .png or .pdf")
+      ->required();
+  plot->add_option("--contour", o.contour,
+                   "contour interval in the problem's linear unit (default: from the "
+                   "elevation range)");
+  plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
+
+  CLI::App* demo = app.add_subcommand(
+      "demo", "build a synthetic site and take it through the whole library");
+  demo->add_option("outdir", o.location, "the folder to write into")->required();
+
   for (CLI::App* command : app.get_subcommands({})) command->fallthrough();
   clean->fallthrough();
 
@@ -143,6 +156,8 @@ int main(int argc, char** argv) {
     if (*clean) status = gravok_tool::mesh_clean(o);
     if (*uid) status = gravok_tool::uid(o);
     if (*classify) status = gravok_tool::classify(o);
+    if (*plot) status = gravok_tool::plot(o);
+    if (*demo) status = gravok_tool::demo(o);
   } catch (const std::exception& e) {
     std::cerr << "gravok: " << e.what() << "\n";
     status = gravok_tool::kFailed;

@@ -1,0 +1,174 @@
+#include "demo.h"
+
+#include "json_document.h"
+#include "json_providers.h"
+#include "json_store.h"
+#include "plot.h"
+#include "problem_source.h"
+
+#include <gravok/mesh_check.h>
+#include <gravok/mesh_tools.h>
+#include <gravok/poly_file.h>
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <iomanip>
+#include <locale>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <system_error>
+#include <vector>
+
+namespace gravok_tool {
+namespace {
+
+constexpr double kWeldTolerance = 0.001;  // ft
+
+// Milliseconds since `start`, to one decimal.
+std::string since(std::chrono::steady_clock::time_point start) {
+  const double ms =
+      std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+          .count();
+  return std::to_string(static_cast<long long>(ms * 10) / 10) + "." +
+         std::to_string(static_cast<long long>(ms * 10) % 10) + " ms";
+}
+
+// An origin coordinate as written, without an exponent.
+std::string coordinate(double value) {
+  std::ostringstream text;
+  text.imbue(std::locale::classic());
+  text << std::fixed << std::setprecision(value == std::floor(value) ? 0 : 3) << value;
+  return text.str();
+}
+
+std::size_t element_count(const gvk_json::Problem& p) {
+  std::size_t n = 0;
+  for (const auto& [kind, set] : p.elements) n += set.records.size();
+  return n;
+}
+
+std::string mesh_counts(const gvk_json::Mesh& m) {
+  return std::to_string(m.x.size()) + " vertices, " + std::to_string(m.triangles.size()) +
+         " triangles";
+}
+
+// The findings of a check counted by kind, as "317 WeldedVertex, 4 UnusedVertex".
+std::string findings_text(const std::vector<gvk::MeshFinding>& findings) {
+  static const char* const kNames[] = {"MissingCoordinates",  "IndexOutOfRange",
+                                       "NonFiniteCoordinate", "ZeroArea",
+                                       "UnusedVertex",        "WeldedVertex"};
+  std::map<int, std::size_t> counts;
+  for (const gvk::MeshFinding& f : findings) ++counts[static_cast<int>(f.kind)];
+  if (counts.empty()) return "no findings";
+  std::string text;
+  for (const auto& [kind, count] : counts) {
+    if (!text.empty()) text += ", ";
+    text += std::to_string(count) + " " +
+            (kind >= 0 && kind < 6 ? kNames[kind] : std::to_string(kind));
+  }
+  return text;
+}
+
+std::vector<gvk::MeshFinding> check(const gvk_json::Mesh& m) {
+  return gvk::check_mesh(m.x, m.y, m.z, m.triangles, kWeldTolerance);
+}
+
+int fail(std::ostream& out, const std::string& step, const std::string& why) {
+  out << step << ": FAILED: " << why << "\n";
+  return 2;
+}
+
+std::string size_of(const std::string& path) {
+  std::error_code ec;
+  const auto bytes = std::filesystem::file_size(path, ec);
+  return ec ? "missing" : std::to_string(bytes) + " bytes";
+}
+
+}  // namespace
+
+int run_demo(const std::string& outdir, std::ostream& out, int cells) {
+  using Clock = std::chrono::steady_clock;
+  std::error_code ec;
+  std::filesystem::create_directories(outdir, ec);
+  if (ec) return fail(out, "output directory", outdir + ": " + ec.message());
+  const std::string json = outdir + "/site.json";
+
+  auto start = Clock::now();
+  const gvk_json::Problem site = demo_site(cells);
+  out << "build site:   " << mesh_counts(site.mesh) << ", " << element_count(site)
+      << " elements in " << site.elements.size() << " kinds, origin x "
+      << coordinate(site.xorig) << " y " << coordinate(site.yorig) << " ft ("
+      << since(start) << ")\n";
+
+  start = Clock::now();
+  {
+    gvk_json::Problem target;
+    target.xorig = 2001000.0;
+    target.yorig = 501000.0;
+    target.zorig = 100.0;
+    gvk_json::ProblemSource source(site);
+    gvk_json::JsonStore store(json, target);
+    store.copyAllFrom(source);
+    if (!store.write_error().empty()) return fail(out, "copy", store.write_error());
+  }
+  out << "copy:         copyAllFrom into the JSON store " << json
+      << " at origin x 2001000 y 501000 z 100 (" << since(start) << ")\n";
+
+  start = Clock::now();
+  std::string error;
+  const std::unique_ptr<gvk::DataSource> source =
+      gvk_json::open_source("json:" + json, error);
+  if (!source) return fail(out, "read back", error);
+  gvk_json::Problem problem;
+  gvk_json::snapshot(*source, problem);
+  out << "read back:    " << mesh_counts(problem.mesh) << ", " << element_count(problem)
+      << " elements in " << problem.elements.size() << " kinds, origin x "
+      << coordinate(problem.xorig) << " y " << coordinate(problem.yorig) << " z "
+      << coordinate(problem.zorig) << " (" << since(start) << ")\n";
+
+  start = Clock::now();
+  const auto findings = check(problem.mesh);
+  out << "check mesh:   " << findings_text(findings) << " (" << since(start) << ")\n";
+
+  start = Clock::now();
+  gvk_json::Mesh& m = problem.mesh;
+  gvk::reindex_mesh(m.x, m.y, m.z, m.triangles, kWeldTolerance);
+  gvk::remove_unused_vertices(m.x, m.y, m.z, m.triangles);
+  out << "clean mesh:   " << mesh_counts(m)
+      << "; check again: " << findings_text(check(m)) << " (" << since(start) << ")\n";
+
+  start = Clock::now();
+  // The writer cuts its stem at the last "." anywhere in the name, so the name ends
+  // in a suffix of its own and a "." in the directory stays.
+  gvk::PolyFile::to_files(outdir + "/site.mesh", m.x, m.y, m.z, m.triangles);
+  const std::string node = outdir + "/site.1.node", ele = outdir + "/site.1.ele";
+  if (!std::filesystem::exists(node) || !std::filesystem::exists(ele))
+    return fail(out, "node/ele", "cannot write " + node + " and " + ele);
+  out << "node/ele:     " << node << ", " << ele << " (" << since(start) << ")\n";
+
+  std::vector<std::string> written = {json, node, ele};
+  PlotOptions options;
+  options.title = "gravok demo site";
+  for (const char* suffix : {".svg", ".png"}) {
+    start = Clock::now();
+    PlotSummary summary;
+    const std::string path = outdir + "/site" + suffix;
+    if (!plot_problem(problem, options, path, summary, error))
+      return fail(out, "plot", error);
+    out << "plot:         " << path << ": " << summary.triangles_drawn << " triangles, "
+        << summary.contour_levels << " contour levels every " << summary.contour_interval
+        << " ft, " << summary.elements_drawn.size() << " element kinds (" << since(start)
+        << ")\n";
+    written.push_back(path);
+  }
+
+  out << "wrote:\n";
+  for (const std::string& path : written)
+    out << "  " << path << "  " << size_of(path) << "\n";
+  out << "open the picture: " << written.back() << "\n";
+  return 0;
+}
+
+}  // namespace gravok_tool
