@@ -105,6 +105,16 @@ std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
   return store;
 }
 
+// Opens `location` and reads everything it answers into `problem`; false (having said
+// why) when it cannot be opened. The source is gone again when this returns.
+bool read_location(const std::string& location, Progress& progress, Problem& problem) {
+  std::unique_ptr<gvk::DataSource> source = open_source(location);
+  if (!source) return false;
+  progress.step("reading " + location);
+  gvk_json::snapshot(*source, problem);
+  return true;
+}
+
 }  // namespace
 
 int list_providers() {
@@ -123,12 +133,9 @@ int list_providers() {
 }
 
 int inspect(const Options& o) {
-  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
-  if (!source) return kUsage;
   Progress progress;
-  progress.step("reading " + o.location);
   Problem problem;
-  gvk_json::snapshot(*source, problem);
+  if (!read_location(o.location, progress, problem)) return kUsage;
   progress.step("checking");
   const std::vector<Finding> findings = inspect_problem(problem, o.tolerance);
   progress.step("");
@@ -176,13 +183,10 @@ int copy(const Options& o) {
 }
 
 int dump(const Options& o) {
-  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
-  if (!source) return kUsage;
-  Progress progress;
-  progress.step("reading " + o.location);
   GRAVOK_LOG_TIMING(wide("dump " + o.location + " took "));
+  Progress progress;
   Problem problem;
-  gvk_json::snapshot(*source, problem);
+  if (!read_location(o.location, progress, problem)) return kUsage;
   progress.step("writing " + o.target);
   std::string error;
   if (!gvk_json::write_file(problem, o.target, error)) {
@@ -300,12 +304,9 @@ int classify(const Options& o) {
 }
 
 int plot(const Options& o) {
-  std::unique_ptr<gvk::DataSource> source = open_source(o.location);
-  if (!source) return kUsage;
   Progress progress;
-  progress.step("reading " + o.location);
   Problem problem;
-  gvk_json::snapshot(*source, problem);
+  if (!read_location(o.location, progress, problem)) return kUsage;
   progress.step("drawing " + o.target);
   GRAVOK_LOG_TIMING(wide("plot " + o.location + " took "));
   PlotOptions options;
