@@ -19,8 +19,10 @@ void* open_module(const std::string& path, std::string& error) {
 }
 
 ModuleFunction module_function(void* module, const char* name) {
-  return reinterpret_cast<ModuleFunction>(
-      GetProcAddress(static_cast<HMODULE>(module), name));
+  // FARPROC is a pointer to a function of another type; it passes through the
+  // generic function pointer type on its way to the one the module really exports.
+  const FARPROC address = GetProcAddress(static_cast<HMODULE>(module), name);
+  return reinterpret_cast<ModuleFunction>(reinterpret_cast<void (*)()>(address));
 }
 
 void close_module(void* module) { FreeLibrary(static_cast<HMODULE>(module)); }
