@@ -3,8 +3,11 @@
 //   console_child levels <min>  console logger at <min>; one entry per level -1..6, 9
 //   console_child twice         two console loggers, then one of them removed
 //   console_child threads       8 threads log 10000 lines each, at info or warn
+//   console_child surrogates    lines with surrogate pairs, lone and reversed ones
 #include <gravok/log.h>
 
+#include <cwchar>
+#include <initializer_list>
 #include <iostream>
 #include <string>
 #include <thread>
@@ -53,6 +56,25 @@ void log_from_threads() {
   for (std::thread& thread : threads) thread.join();
 }
 
+// `units` as a wide string, one element per value.
+std::wstring units(std::initializer_list<unsigned long> values) {
+  std::wstring text;
+  for (unsigned long value : values) text += static_cast<wchar_t>(value);
+  return text;
+}
+
+void log_surrogates() {
+  Log::RegisterConsoleLogger(Log::info);
+  Log::Add(Log::info, L"pair " + units({0xD83D, 0xDE00}) + L" end", nullptr, 0, nullptr);
+  Log::Add(Log::info,
+           L"lone " + units({0xD83D}) + L" a " + units({0xDE00, 0xD83D}) + L" " +
+               units({0xDBFF}),
+           nullptr, 0, nullptr);
+#if WCHAR_MAX > 0xFFFF
+  Log::Add(Log::info, L"wide " + units({0x1F600, 0x20, 0x110000}), nullptr, 0, nullptr);
+#endif
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -63,8 +85,10 @@ int main(int argc, char** argv) {
     log_twice();
   } else if (mode == "threads") {
     log_from_threads();
+  } else if (mode == "surrogates") {
+    log_surrogates();
   } else {
-    std::cerr << "usage: console_child levels <min> | twice | threads\n";
+    std::cerr << "usage: console_child levels <min> | twice | threads | surrogates\n";
     return 2;
   }
   return 0;

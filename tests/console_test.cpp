@@ -154,6 +154,14 @@ TEST(Console, ColoursOnlyTerminalLinesAndSplitsLevelsBetweenStreams) {
        run_child({"twice"}, false, false),
        {stamped("a"), stamped("a"), stamped("b")},
        Lines()},
+      // A pair is its one four-byte character, as the Windows console shows it; a
+      // surrogate without its partner is U+FFFD; so is an element beyond Unicode.
+      {"surrogates",
+       run_child({"surrogates"}, false, false),
+       {stamped("pair \xF0\x9F\x98\x80 end"),
+        stamped("lone \xEF\xBF\xBD a \xEF\xBF\xBD\xEF\xBF\xBD \xEF\xBF\xBD"),
+        stamped("wide \xF0\x9F\x98\x80 \xEF\xBF\xBD")},
+       Lines()},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

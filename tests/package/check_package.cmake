@@ -1,6 +1,8 @@
 # Installs the build tree BUILD_DIR into WORK_DIR/prefix, then builds the host example
 # in CONSUMER_DIR against the installed package twice, through find_package and through
 # pkg-config, and runs both programs. Any failing step fails the script.
+# In a cross build, TOOLCHAIN_FILE is the build's toolchain file and EMULATOR what runs
+# its programs (Wine for Windows); the pkg-config half is for POSIX hosts only.
 
 set(prefix ${WORK_DIR}/prefix)
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -28,17 +30,29 @@ run(${CMAKE_COMMAND} --install ${BUILD_DIR} ${config_args} --prefix ${prefix})
 
 # 1. find_package(gravok-data CONFIG REQUIRED) and gravok::data.
 set(build ${WORK_DIR}/cmake-build)
+if(TOOLCHAIN_FILE)
+  set(compiler_args -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE})
+else()
+  set(compiler_args -DCMAKE_CXX_COMPILER=${CXX})
+endif()
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${build} -G ${GENERATOR}
-    -DCMAKE_BUILD_TYPE=${CONFIG} -DCMAKE_CXX_COMPILER=${CXX}
+    -DCMAKE_BUILD_TYPE=${CONFIG} ${compiler_args}
     "-DCMAKE_CXX_FLAGS=${sanitize_flags}" -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${build} ${config_args})
-find_program(consumer NAMES gravok-consumer PATHS ${build} ${build}/${CONFIG}
-             NO_DEFAULT_PATH REQUIRED)
-run(${consumer})
+find_program(consumer NAMES gravok-consumer gravok-consumer.exe
+             PATHS ${build} ${build}/${CONFIG} NO_DEFAULT_PATH REQUIRED)
+# A Windows program finds the installed DLL on its PATH (WINEPATH under Wine), ahead
+# of the one in the build tree.
+if(CMAKE_HOST_WIN32)
+  set(ENV{PATH} "${prefix}/bin;$ENV{PATH}")
+elseif(EMULATOR)
+  set(ENV{WINEPATH} "Z:${prefix}/bin")
+endif()
+run(${EMULATOR} ${consumer})
 message("${last_output}")
 
 # 2. pkg-config --cflags --libs gravok-data.
-if(NOT WIN32)
+if(NOT TOOLCHAIN_FILE AND NOT CMAKE_HOST_WIN32)
   find_program(PKG_CONFIG NAMES pkg-config pkgconf REQUIRED)
   set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
   run(${PKG_CONFIG} --cflags --libs gravok-data)
