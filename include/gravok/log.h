@@ -120,6 +120,10 @@ class GRAVOK_API Log {
   /// threads never mix; the line, its timestamp included, is built before the lock is
   /// taken, so lines may appear slightly out of timestamp order. A failed write is
   /// not reported: the line is lost and the stream is set back to the good state.
+  ///
+  /// The logger shows only entries of `level` and above: registered at info it shows
+  /// no LogTiming lines (timing is level 2, below info) and no debug or trace lines.
+  /// To see timings, register it at Log::timing, or register a second handler there.
   static unsigned long long RegisterConsoleLogger(Level level);
 };
 
@@ -136,15 +140,33 @@ GRAVOK_API std::string timestamp();
 /// still gets the timing, and when no handler wants timings the destructor costs one
 /// comparison. A copy keeps the start time, so original and copy each log, both
 /// measured from the same start. Handlers called from the destructor must not throw.
+///
+/// Timings are logged at the timing level (2), below info (3): a console logger or any
+/// handler registered at info or above never receives them, and nothing says so.
+/// Register a handler at Log::timing (or lower) to see them, for instance
+/// Log::RegisterConsoleLogger(Log::timing).
+///
+/// The message is wide text or narrow UTF-8 text, as with GRAVOK_LOG: the narrow
+/// overloads decode the bytes up to the first 0 byte with from_utf8, and a null
+/// pointer counts as empty text.
 struct GRAVOK_API LogTiming {
   /// Stores the fields, then reads the clock.
   LogTiming(std::wstring message, const char* file, int line, const char* function);
+  /// Stores the fields with `message` decoded from UTF-8, then reads the clock.
+  LogTiming(const std::string& message, const char* file, int line, const char* function);
+  /// Stores the fields with `message` decoded from UTF-8 (null: empty), then reads the
+  /// clock.
+  LogTiming(const char* message, const char* file, int line, const char* function);
   /// Copies the fields and the start time: original and copy each log.
   LogTiming(const LogTiming& other);
   ~LogTiming();
 
   /// Appends `text` to the message.
   LogTiming& operator<<(const std::wstring& text);
+  /// Appends `text`, decoded from UTF-8, to the message.
+  LogTiming& operator<<(const std::string& text);
+  /// Appends `text`, decoded from UTF-8, to the message; a null pointer appends nothing.
+  LogTiming& operator<<(const char* text);
 
   /// The text logged before the elapsed milliseconds.
   std::wstring message;
@@ -250,8 +272,11 @@ struct GRAVOK_API LogStream : std::wostringstream {
 /// GRAVOK_LOG at the fatal level.
 #define GRAVOK_LOG_FATAL GRAVOK_LOG(::gvk::Log::fatal)
 
-/// Times the rest of the enclosing scope: declares a LogTiming with `message` and this
-/// file, line and function. GRAVOK_LOG_TIMING(L"solve took ");
+/// Times the rest of the enclosing scope: declares a LogTiming with `message` (wide
+/// text, or narrow text taken as UTF-8) and this file, line and function:
+/// GRAVOK_LOG_TIMING(L"solve took "); or GRAVOK_LOG_TIMING("solve took ");. The line
+/// appears only where a handler is registered at Log::timing or lower; a console
+/// logger registered at info shows none.
 #define GRAVOK_LOG_TIMING(message)                                                     \
   ::gvk::LogTiming GRAVOK_LOG_JOIN_(gravok_log_timing_, __LINE__)((message), __FILE__, \
                                                                   __LINE__, __func__)
