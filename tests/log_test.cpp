@@ -232,6 +232,28 @@ TEST(LogTiming, LogsMessageThenElapsedMillisecondsAtTimingLevel) {
   });
 }
 
+TEST(LogTiming, NarrowMessagesDecodeAsUtf8AsGravokLogDoes) {
+  expect_in_child([] {
+    Log::RegisterHandler(recorder(L'A'), Log::timing);
+    { gvk::LogTiming timing(std::string("caf\xC3\xA9 "), "f", 1, "g"); }
+    {
+      gvk::LogTiming timing("\xE2\x82\xAC ", "f", 2, "g");
+      timing << std::string("a\0b", 3) << "\xC3\xA9 " << static_cast<const char*>(nullptr)
+             << L"w ";
+    }
+    { gvk::LogTiming timing(static_cast<const char*>(nullptr), "f", 3, "g"); }
+    const int line = __LINE__ + 1;
+    { GRAVOK_LOG_TIMING("\xC3\xA9t\xC3\xA9 "); }
+    ASSERT_EQ(seen().size(), 4u);
+    SCOPED_TRACE(testing::PrintToString(seen()));
+    EXPECT_GE(ms_in(seen()[0], L"A 2 caf\u00e9 # ms f:1 g"), 0);
+    EXPECT_GE(ms_in(seen()[1], L"A 2 \u20ac a\u00e9 w # ms f:2 g"), 0);
+    EXPECT_GE(ms_in(seen()[2], L"A 2 # ms f:3 g"), 0);
+    const std::wstring position = widened(__FILE__) + L":" + std::to_wstring(line);
+    EXPECT_GE(ms_in(seen()[3], L"A 2 \u00e9t\u00e9 # ms " + position + L" .*"), 0);
+  });
+}
+
 TEST(LogTiming, DecidesAtDestructionWhetherAnyHandlerWantsTimings) {
   expect_in_child([] {
     Log::RegisterHandler(recorder(L'I'), Log::info);

@@ -1,4 +1,5 @@
-// Brings in the whole public interface of gravok-data.
+/// @file
+/// Brings in the whole public interface of gravok-data.
 #ifndef GRAVOK_GRAVOK_H
 #define GRAVOK_GRAVOK_H
 

@@ -34,6 +34,15 @@ LogTiming::LogTiming(std::wstring message, const char* file, int line,
       function(function),
       start(now_in_ticks()) {}
 
+LogTiming::LogTiming(const std::string& message, const char* file, int line,
+                     const char* function)
+    : LogTiming(from_utf8(message), file, line, function) {}
+
+LogTiming::LogTiming(const char* message, const char* file, int line,
+                     const char* function)
+    : LogTiming(message == nullptr ? std::wstring() : from_utf8(message), file, line,
+                function) {}
+
 LogTiming::LogTiming(const LogTiming& other) = default;
 
 LogTiming::~LogTiming() {
@@ -45,6 +54,16 @@ LogTiming::~LogTiming() {
 
 LogTiming& LogTiming::operator<<(const std::wstring& text) {
   message += text;
+  return *this;
+}
+
+LogTiming& LogTiming::operator<<(const std::string& text) {
+  message += from_utf8(text);
+  return *this;
+}
+
+LogTiming& LogTiming::operator<<(const char* text) {
+  if (text != nullptr) message += from_utf8(text);
   return *this;
 }
 
