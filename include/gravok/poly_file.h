@@ -83,14 +83,14 @@ class GRAVOK_API PolyFile {
 
   /// Reads `path` exactly as from_file does and gives exactly its outputs, but where
   /// from_file ends the process it returns instead, with the fault named: cannot_open
-  /// (line 0), empty (line 0; a directory reads as empty too), bad_vertex_count (line
-  /// 1) or bad_vertex_line (the line of the first vertex line that does not parse,
-  /// counting the header as line 1). All five outputs are then empty. Every other
-  /// outcome of from_file (short sections, unparsable segment lines, open chains) is
-  /// a result with status ok and the outputs from_file gives. Safe on any file a
-  /// user supplies: the process never ends and nothing is allocated for lines that
-  /// are not there. For Triangle's own layouts with comments, attributes and holes,
-  /// see gravok/triangle_files.h.
+  /// (line 0; also a directory on Windows), empty (line 0; also a directory on POSIX
+  /// systems, which open it), bad_vertex_count (line 1) or bad_vertex_line (the line
+  /// of the first vertex line that does not parse, counting the header as line 1). All
+  /// five outputs are then empty. Every other outcome of from_file (short sections,
+  /// unparsable segment lines, open chains) is a result with status ok and the outputs
+  /// from_file gives. Safe on any file a user supplies: the process never ends and
+  /// nothing is allocated for lines that are not there. For Triangle's own layouts with
+  /// comments, attributes and holes, see gravok/triangle_files.h.
   static PolyReadResult read(const std::string& path, std::vector<double>& x,
                              std::vector<double>& y, std::vector<double>& z,
                              std::vector<Triangle>& triangles,
