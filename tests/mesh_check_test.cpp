@@ -149,6 +149,12 @@ TEST(CheckMesh, OrdersByKindThenIndexAndStopsAtTheCap) {
   EXPECT_EQ(check(m, 0), all);
   EXPECT_EQ(check(m, 0, 3), std::vector<std::string>(all.begin(), all.begin() + 3));
   EXPECT_TRUE(check(m, 0, 0).empty());
+
+  // A z shorter than y is the lower index, so it comes first (found by fuzzing).
+  const Mesh short_z{{0, 1, 2, 3}, {0, 0, 1}, {0, 0}, {{0, 1, 2}, {1, 2, 3}}};
+  EXPECT_EQ(check(short_z, 0, 1),
+            std::vector<std::string>{
+                "vertex 2: no z coordinate (z has length 2, the mesh has 4 vertices)"});
 }
 
 TEST(CheckMesh, AHugeIndexAllocatesNothingBySize) {

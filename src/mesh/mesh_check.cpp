@@ -42,11 +42,16 @@ struct MeshView {
   std::size_t with_z;  // vertices that have x and z
 };
 
+// By vertex index, then by axis: a z shorter than y comes first.
 void check_lengths(const MeshView& mesh, Findings& out) {
+  const bool z_first = mesh.with_z < mesh.with_y;
+  if (z_first && mesh.with_z < mesh.x.size()) {
+    out.add(MeshFindingKind::MissingCoordinates, mesh.with_z, 2);
+  }
   if (mesh.with_y < mesh.x.size()) {
     out.add(MeshFindingKind::MissingCoordinates, mesh.with_y, 1);
   }
-  if (mesh.with_z < mesh.x.size()) {
+  if (!z_first && mesh.with_z < mesh.x.size()) {
     out.add(MeshFindingKind::MissingCoordinates, mesh.with_z, 2);
   }
 }
