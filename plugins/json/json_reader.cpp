@@ -91,12 +91,38 @@ struct HexDigits {
 };
 constexpr HexDigits kHex;
 
+// Decodes four bytes from the eight hex digits at `digits`; false when one of them is
+// not a digit. All eight are looked at in one 64-bit word: a lane is a digit when it
+// lies in '0'..'9', or in 'a'..'f' once the lower-case bit is set.
+bool decode_hex4(const unsigned char* digits, unsigned char* out) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101ULL, kHigh = 0x80 * kOnes;
+  std::uint64_t x = 0;
+  for (int k = 0; k < 8; ++k) x |= std::uint64_t{digits[k]} << 8 * k;
+  // The high bit of each lane of at_least(v, c): that lane of v is c or more, for
+  // lanes below 0x80 (no carry crosses lanes then).
+  const auto at_least = [](std::uint64_t v, unsigned c) {
+    return (v + (0x80 - c) * kOnes) & kHigh;
+  };
+  const std::uint64_t lower = x | 0x20 * kOnes;
+  const std::uint64_t decimal = at_least(x, '0') & ~at_least(x, '9' + 1);
+  const std::uint64_t letter = at_least(lower, 'a') & ~at_least(lower, 'f' + 1);
+  if ((x & kHigh) || (decimal | letter) != kHigh) return false;
+  const std::uint64_t nibbles = (x & 0x0f * kOnes) + (letter >> 7) * 9;
+  for (int k = 0; k < 4; ++k)
+    out[k] = static_cast<unsigned char>((nibbles >> 16 * k & 0x0f) << 4 |
+                                        (nibbles >> (16 * k + 8) & 0x0f));
+  return true;
+}
+
 // Decodes `count` bytes from exactly 2 * count hex digits; false on any other text.
 bool decode_hex(std::string_view text, unsigned char* out, std::size_t count) {
   if (text.size() != 2 * count) return false;
   const auto* digits = reinterpret_cast<const unsigned char*>(text.data());
+  std::size_t i = 0;
+  for (; i + 4 <= count; i += 4)
+    if (!decode_hex4(digits + 2 * i, out + i)) return false;
   unsigned invalid = 0;
-  for (std::size_t i = 0; i < count; ++i) {
+  for (; i < count; ++i) {
     const unsigned high = kHex.value[digits[2 * i]], low = kHex.value[digits[2 * i + 1]];
     invalid |= high | low;
     out[i] = static_cast<unsigned char>(high << 4 | low);
@@ -120,6 +146,17 @@ bool non_finite(std::string_view text, double& out) {
   }
   std::memcpy(&out, &bits, sizeof out);
   return std::isnan(out);
+}
+
+// Empties `out` and reserves `count` elements, `count` being a parsed array's own
+// size, so never more than the text holds; a large new block gets huge pages.
+template <class T>
+void reserve(std::vector<T>& out, std::size_t count) {
+  out.clear();
+  if (out.capacity() >= count) return;
+  std::vector<T>().swap(out);
+  out.reserve(count);
+  advise_huge_pages(out.data(), count * sizeof(T));
 }
 
 class DocumentReader {
@@ -278,8 +315,7 @@ template <class T>
 bool DocumentReader::get(element e, const Place& at, std::vector<T>& out) {
   array a;
   if (!get(e, at, a)) return false;
-  out.clear();
-  out.reserve(a.size());  // the parsed array's own count, never more than the text holds
+  reserve(out, a.size());
   std::size_t i = 0;
   for (element item : a) {
     out.emplace_back();
@@ -292,8 +328,7 @@ template <class Record>
 bool DocumentReader::get_blocks(element e, const Place& at, std::vector<Record>& out) {
   array a;
   if (!get(e, at, a)) return false;
-  out.clear();
-  out.reserve(a.size());
+  reserve(out, a.size());
   std::size_t i = 0;
   for (element item : a) {
     out.emplace_back();
