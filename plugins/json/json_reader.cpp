@@ -10,6 +10,7 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -641,25 +642,25 @@ bool read_document(std::string_view text, Problem& problem, std::string& error) 
 
 bool read_file(const std::string& path, Problem& problem, std::string& error) {
   ReadBuffers& b = buffers();
-  std::FILE* file = std::fopen(path.c_str(), "rb");
+  simdjson::error_code code = simdjson::IO_ERROR;
   char* padded = nullptr;
   std::size_t size = 0;
-  bool read = false;
-  if (file) {
+  if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
     long end = -1;
     if (std::fseek(file, 0, SEEK_END) == 0) end = std::ftell(file);
-    if (end >= 0 && std::fseek(file, 0, SEEK_SET) == 0) {
+    // LONG_MAX is what some systems answer for a directory.
+    if (end >= 0 && end != LONG_MAX && std::fseek(file, 0, SEEK_SET) == 0) {
       size = static_cast<std::size_t>(end);
       padded = b.text_buffer(size);
-      read = padded && std::fread(padded, 1, size, file) == size;
+      if (!padded)
+        code = simdjson::MEMALLOC;
+      else if (std::fread(padded, 1, size, file) == size)
+        code = simdjson::SUCCESS;
     }
     std::fclose(file);
   }
-  if (!read) {
-    error = path + ": cannot read the file (" +
-            simdjson::error_message(file && !padded ? simdjson::MEMALLOC
-                                                    : simdjson::IO_ERROR) +
-            ")";
+  if (code) {
+    error = path + ": cannot read the file (" + simdjson::error_message(code) + ")";
     return false;
   }
   return parse(b.parser, padded, size, path + ": ", problem, error);
