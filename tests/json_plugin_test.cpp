@@ -270,6 +270,7 @@ TEST(JsonProviders, RefuseWhatTheyCannotOpenAndSayWhy) {
       {"problem.txt", false, "problem.txt: not a JSON location"},
       {"json:", false, "json:: not a JSON location"},
       {temporary_path("missing"), true, "cannot read the file"},
+      {"json:" + testing::TempDir(), false, "cannot read the file (Error reading"},
       {"json:" + broken, false,
        broken + ": line 1, column 53: not a readable JSON document"},
   };

@@ -3,8 +3,8 @@
 // the JSON plug-in and the gravok tool. Every double reads back to the same bits
 // (signed zeros, infinities and NaN payloads included), opaque record blocks travel as
 // hexadecimal text, and strings that are not UTF-8 travel as their bytes in hex.
-// The functions keep no state and may run on several threads at once, each on its
-// own problem.
+// The functions may run on several threads at once, each on its own problem. The
+// readers keep their parse buffers per thread between reads (see release_read_buffers).
 #ifndef GRAVOK_JSON_DOCUMENT_H
 #define GRAVOK_JSON_DOCUMENT_H
 
@@ -46,6 +46,12 @@ bool read_document(std::string_view text, Problem& problem, std::string& error);
 // be read returns false with a message naming the file and the reason; every message
 // starts with the path.
 bool read_file(const std::string& path, Problem& problem, std::string& error);
+
+// Frees the buffers that read_document and read_file keep on the calling thread
+// between reads: the parser's and a copy of the text, together about four times the
+// largest document the thread has read. They are freed at the thread's end anyway;
+// the next read on the thread allocates them again.
+void release_read_buffers();
 
 }  // namespace gvk_json
 
