@@ -1,0 +1,1 @@
+# stubs: filled in below
