@@ -2,6 +2,7 @@
 module's providers are registered once, so it can be loaded only once at a time)."""
 
 import os
+import pathlib
 
 import pytest
 
@@ -15,3 +16,12 @@ def json_plugin():
         pytest.skip("the JSON plug-in is not built (GRAVOK_JSON_PLUGIN unset)")
     plugin = gravok.load_plugin(path)
     yield plugin
+
+
+# The repository's root: the tests read its example document and its Python page.
+SOURCE_DIR = pathlib.Path(__file__).resolve().parents[2]
+
+
+@pytest.fixture
+def example_problem():
+    return str(SOURCE_DIR / "docs" / "examples" / "small-problem.json")

@@ -133,10 +133,8 @@ def test_python_source_into_json_store_reads_back_bit_for_bit(json_plugin, tmp_p
     assert back.get_max_iteration_count() == 2**40
 
 
-def test_json_source_into_python_store(json_plugin):
-    import os
-    example = os.path.join(os.environ["GRAVOK_SOURCE_DIR"], "docs/examples/small-problem.json")
-    source = gravok.createDataSource(example)
+def test_json_source_into_python_store(json_plugin, example_problem):
+    source = gravok.createDataSource(example_problem)
     assert source is not None and not isinstance(source, RecordingStore)
     store = RecordingStore(origin=(2000000.0, 500000.0, 0.0))
     store.copyAllFrom(source)
