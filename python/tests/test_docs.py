@@ -23,3 +23,14 @@ def test_worked_example_runs_as_written():
                          capture_output=True, text=True, timeout=120)
     assert run.returncode == 0, run.stderr
     assert "written:" in run.stdout and "cleaned:" in run.stdout
+
+
+def test_stubs_name_every_public_name():
+    import ast
+    import gravok._gravok as extension
+    stub = ast.parse((SOURCE_DIR / "python" / "gravok" / "__init__.pyi").read_text())
+    named = {node.name for node in stub.body if isinstance(node, (ast.ClassDef, ast.FunctionDef))}
+    named |= {t.id for node in stub.body if isinstance(node, (ast.Assign, ast.AnnAssign))
+              for t in (node.targets if isinstance(node, ast.Assign) else [node.target])}
+    public = {name for name in vars(extension) if not name.startswith("_")}
+    assert public <= named, "python/make_stubs.py writes the stubs again"
