@@ -33,6 +33,12 @@ py::array_t<unsigned long long> to_array(std::vector<gvk::Triangle>&& triangles)
 // An (n, 40) uint8 array that owns `info`'s memory, one row per record.
 py::array_t<unsigned char> to_array(std::vector<gravok_triangle_info>&& info);
 
+// New arrays holding copies of the vectors' values, in the same shapes.
+py::array_t<double> copy_to_array(const std::vector<double>& values);
+py::array_t<unsigned long long> copy_to_array(
+    const std::vector<gvk::Triangle>& triangles);
+py::array_t<unsigned char> copy_to_array(const std::vector<gravok_triangle_info>& info);
+
 // The values of a 1-D array-like, as float64. TypeError or ValueError otherwise.
 std::vector<double> doubles_from(py::handle values, const char* what);
 // The triangles of an (n, 3) array-like of non-negative integers (an empty sequence

@@ -328,9 +328,9 @@ class PyStore : public PySource<gvk::DataStore> {
   GRAVOK_PY_SETTER(set_min_slope, (double slope), slope)
   GRAVOK_PY_SETTER(set_volume_constraint, (VolumeConstraint constraint), constraint)
   GRAVOK_PY_SETTER(set_max_slopes, (const std::vector<double>& slopes),
-                   to_array(std::vector<double>(slopes)))
+                   copy_to_array(slopes))
   GRAVOK_PY_SETTER(set_min_slopes, (const std::vector<double>& slopes),
-                   to_array(std::vector<double>(slopes)))
+                   copy_to_array(slopes))
   GRAVOK_PY_SETTER(set_mesh_metric, (mesh_metric metric), metric)
   GRAVOK_PY_SETTER(set_max_iteration_count, (long long count), count)
   GRAVOK_PY_SETTER(set_epsilon, (double epsilon), epsilon)

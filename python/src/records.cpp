@@ -93,6 +93,34 @@ py::array_t<unsigned char> to_array(std::vector<gravok_triangle_info>&& info) {
       reinterpret_cast<const unsigned char*>(owned->data()), free_when_done);
 }
 
+py::array_t<double> copy_to_array(const std::vector<double>& values) {
+  py::array_t<double> array(static_cast<py::ssize_t>(values.size()));
+  if (!values.empty())
+    std::memcpy(array.mutable_data(), values.data(), values.size() * sizeof(double));
+  return array;
+}
+
+py::array_t<unsigned long long> copy_to_array(
+    const std::vector<gvk::Triangle>& triangles) {
+  py::array_t<unsigned long long> array(
+      {static_cast<py::ssize_t>(triangles.size()), py::ssize_t{3}});
+  if (!triangles.empty()) {
+    std::memcpy(array.mutable_data(), triangles.data(),
+                triangles.size() * sizeof(gvk::Triangle));
+  }
+  return array;
+}
+
+py::array_t<unsigned char> copy_to_array(const std::vector<gravok_triangle_info>& info) {
+  py::array_t<unsigned char> array(
+      {static_cast<py::ssize_t>(info.size()), py::ssize_t{40}});
+  if (!info.empty()) {
+    std::memcpy(array.mutable_data(), info.data(),
+                info.size() * sizeof(gravok_triangle_info));
+  }
+  return array;
+}
+
 std::vector<double> doubles_from(py::handle values, const char* what) {
   auto array =
       py::array_t<double, py::array::c_style | py::array::forcecast>::ensure(values);
