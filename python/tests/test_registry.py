@@ -91,3 +91,20 @@ def test_load_plugin_reports_why_it_fails(tmp_path, json_plugin):
         gravok.load_plugin(str(tmp_path / "missing.so"))
     with pytest.raises(ValueError):
         gravok.load_plugin(json_plugin.path)  # already loaded
+
+
+def test_landxml_plugin_surface_reaches_numpy(example_problem):
+    import os
+    path = os.environ.get("GRAVOK_LANDXML_PLUGIN")
+    if not path:
+        pytest.skip("the LandXML plug-in is not built")
+    from conftest import SOURCE_DIR
+    plugin = gravok.load_plugin(path)
+    source = gravok.createDataSource(
+        "landxml:" + str(SOURCE_DIR / "tests" / "data" / "landxml" / "civil_example_clean.xml"))
+    x, y, z, triangles, info = source.get_eg_data()
+    assert len(x) > 0 and triangles.shape[1] == 3 and int(triangles.max()) < len(x)
+    del source
+    gc.collect()
+    plugin.unload()
+    assert not plugin.is_loaded
