@@ -189,7 +189,8 @@ class DataSource:
         """The source's volume unit (Unit3)."""
     def get_surfaces(self: DataSource) -> Tuple[List[int], List[str]]:
         """(ids, names): the surfaces the source offers, as two parallel lists."""
-    def select_surface(self: DataSource, id: int) -> None: ...
+    def select_surface(self: DataSource, id: int) -> None:
+        """Makes one surface current for the following queries; default nothing."""
     def get_eg_data(self: DataSource) -> Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64], NDArray[np.uint8]]:
         """(x, y, z, triangles, triangle_info): the existing-ground mesh as float64 arrays x, y, z, an (n, 3) uint64 array of 0-based vertex indices and an (n, 40) uint8 array of per-triangle records."""
     def get_objectives(self: DataSource) -> List[gravok_objective]:
@@ -202,12 +203,18 @@ class DataSource:
         """(elements, xs, ys): records and one x list and one y list per element."""
     def get_low_points(self: DataSource) -> List[gravok_grading_element]:
         """The low points: a list of gravok_grading_element."""
-    def get_bounded_points(self: DataSource) -> List[gravok_grading_element]: ...
-    def get_offsets(self: DataSource) -> List[gravok_grading_element]: ...
-    def get_drain_lines(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]: ...
-    def get_bend_lines(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]: ...
-    def get_aligned_edges(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]: ...
-    def get_trizone_polygons(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]: ...
+    def get_bounded_points(self: DataSource) -> List[gravok_grading_element]:
+        """The bounded points: a list of gravok_grading_element."""
+    def get_offsets(self: DataSource) -> List[gravok_grading_element]:
+        """The offsets: a list of gravok_grading_element."""
+    def get_drain_lines(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]:
+        """(elements, xs, ys) of the drain lines."""
+    def get_bend_lines(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]:
+        """(elements, xs, ys) of the bend lines."""
+    def get_aligned_edges(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]:
+        """(elements, xs, ys) of the aligned edges."""
+    def get_trizone_polygons(self: DataSource) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]:
+        """(elements, xs, ys) of the surface zones."""
     def get_complex_elements(self: DataSource, kind: GradingElementType) -> Tuple[List[gravok_grading_element], List[List[float]], List[List[float]], ComplexElementData]:
         """(elements, xs, ys, complex_data) of one complex kind."""
     def fix_boundary(self: DataSource) -> bool:
@@ -226,8 +233,10 @@ class DataSource:
         """Default default_mesh_metric()."""
     def get_xorig(self: DataSource) -> float:
         """Origin of the x coordinates; default 0.0."""
-    def get_yorig(self: DataSource) -> float: ...
-    def get_zorig(self: DataSource) -> float: ...
+    def get_yorig(self: DataSource) -> float:
+        """Origin of the y coordinates; default 0.0."""
+    def get_zorig(self: DataSource) -> float:
+        """Origin of the z coordinates; default 0.0."""
     def get_max_iteration_count(self: DataSource) -> int:
         """Default 100000."""
     def get_epsilon(self: DataSource) -> float:
@@ -246,32 +255,54 @@ class DataSource:
 class DataStore(DataSource):
     """A receiver of a grading problem, and a source too. Derive from it and define the setters you need: a setter a class does not define drops its data; the other operations answer the library's defaults. Subclasses call super().__init__()."""
     def __init__(self: DataStore) -> None: ...
-    def beginBulkOperation(self: DataStore) -> None: ...
-    def endBulkOperation(self: DataStore) -> None: ...
-    def set_units(self: DataStore, linear: Unit1, area: Unit2, volume: Unit3) -> None: ...
+    def beginBulkOperation(self: DataStore) -> None:
+        """Opens a run of setter calls that belong together; default nothing."""
+    def endBulkOperation(self: DataStore) -> None:
+        """Closes the run that beginBulkOperation opened; default nothing."""
+    def set_units(self: DataStore, linear: Unit1, area: Unit2, volume: Unit3) -> None:
+        """The units (Unit1, Unit2, Unit3); the transfers never call it."""
     def set_eg_data(self: DataStore, x: ArrayLike, y: ArrayLike, z: ArrayLike, triangles: ArrayLike, triangle_info: ArrayLike = None) -> None:
         """The mesh as get_eg_data gives it: x, y, z, (n, 3) triangles and (n, 40) uint8 triangle records (or a list of gravok_triangle_info; None for none)."""
-    def set_break_lines(self: DataStore, lines: List[gravok_line_3d]) -> None: ...
-    def set_objectives(self: DataStore, objectives: List[gravok_objective]) -> None: ...
+    def set_break_lines(self: DataStore, lines: List[gravok_line_3d]) -> None:
+        """The break lines (gravok_line_3d); the transfers never call it."""
+    def set_objectives(self: DataStore, objectives: List[gravok_objective]) -> None:
+        """The objectives (gravok_objective)."""
     def set_grading_elements(self: DataStore, kind: GradingElementType, elements: List[gravok_grading_element]) -> None:
         """Routes the elements to the setter of their kind."""
-    def set_low_points(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_bounded_points(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_offsets(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_drain_lines(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_bend_lines(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_aligned_edges(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_trizone_polygons(self: DataStore, elements: List[gravok_grading_element]) -> None: ...
-    def set_complex_elements(self: DataStore, kind: GradingElementType, elements: List[gravok_grading_element]) -> None: ...
-    def set_fix_boundary(self: DataStore, fix: bool) -> None: ...
-    def set_max_slope(self: DataStore, slope: float) -> None: ...
-    def set_min_slope(self: DataStore, slope: float) -> None: ...
-    def set_volume_constraint(self: DataStore, constraint: VolumeConstraint) -> None: ...
-    def set_max_slopes(self: DataStore, slopes: ArrayLike) -> None: ...
-    def set_min_slopes(self: DataStore, slopes: ArrayLike) -> None: ...
-    def set_mesh_metric(self: DataStore, metric: mesh_metric) -> None: ...
-    def set_max_iteration_count(self: DataStore, count: int) -> None: ...
-    def set_epsilon(self: DataStore, epsilon: float) -> None: ...
+    def set_low_points(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of this kind, the complete list in one call."""
+    def set_bounded_points(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of this kind, the complete list in one call."""
+    def set_offsets(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of this kind, the complete list in one call."""
+    def set_drain_lines(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of this kind, the complete list in one call."""
+    def set_bend_lines(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of this kind, the complete list in one call."""
+    def set_aligned_edges(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of this kind, the complete list in one call."""
+    def set_trizone_polygons(self: DataStore, elements: List[gravok_grading_element]) -> None:
+        """The records of the surface zones."""
+    def set_complex_elements(self: DataStore, kind: GradingElementType, elements: List[gravok_grading_element]) -> None:
+        """The records of one complex kind (100 and up)."""
+    def set_fix_boundary(self: DataStore, fix: bool) -> None:
+        """The setting fix_boundary answers."""
+    def set_max_slope(self: DataStore, slope: float) -> None:
+        """The setting get_max_slope answers."""
+    def set_min_slope(self: DataStore, slope: float) -> None:
+        """The setting get_min_slope answers."""
+    def set_volume_constraint(self: DataStore, constraint: VolumeConstraint) -> None:
+        """The setting get_volume_constraint answers."""
+    def set_max_slopes(self: DataStore, slopes: ArrayLike) -> None:
+        """The per-zone maximum slopes, any 1-D array-like."""
+    def set_min_slopes(self: DataStore, slopes: ArrayLike) -> None:
+        """The per-zone minimum slopes, any 1-D array-like."""
+    def set_mesh_metric(self: DataStore, metric: mesh_metric) -> None:
+        """The setting get_mesh_metric answers."""
+    def set_max_iteration_count(self: DataStore, count: int) -> None:
+        """The setting get_max_iteration_count answers."""
+    def set_epsilon(self: DataStore, epsilon: float) -> None:
+        """The setting get_epsilon answers."""
     def set_transferred_units(self: DataStore, linear: Unit1, area: Unit2, volume: Unit3) -> None:
         """Default: the units are dropped."""
     def set_transferred_break_lines(self: DataStore, lines: List[gravok_line_3d]) -> None:
@@ -292,9 +323,12 @@ class OffsetDataSource(DataSource):
 class DataSourceProvider:
     """A factory of sources. Derive from it and define canHandle(location) -> bool, description() -> str and createDataSource(location) -> DataSource or None; supportsSurface() defaults to False."""
     def __init__(self: DataSourceProvider) -> None: ...
-    def canHandle(self: DataSourceProvider, location: str) -> bool: ...
-    def description(self: DataSourceProvider) -> str: ...
-    def supportsSurface(self: DataSourceProvider) -> bool: ...
+    def canHandle(self: DataSourceProvider, location: str) -> bool:
+        """True when the provider can create an object for `location`."""
+    def description(self: DataSourceProvider) -> str:
+        """One line saying what locations the provider opens."""
+    def supportsSurface(self: DataSourceProvider) -> bool:
+        """Whether its sources offer surfaces."""
     def createDataSource(self: DataSourceProvider, location: str) -> Optional[DataSource]:
         """A new source for `location`, or None."""
 
@@ -377,7 +411,8 @@ class Log:
     def DoAdd(level: Log.Level) -> bool:
         """True when some handler wants entries of `level`."""
     @staticmethod
-    def LevelString(level: Log.Level) -> str: ...
+    def LevelString(level: Log.Level) -> str:
+        """The name of a level ('trace' ... 'fatal'), or 'unknown'."""
     @staticmethod
     def RegisterConsoleLogger(level: Log.Level) -> int:
         """Prints entries to standard output and error."""
@@ -447,10 +482,14 @@ def registerDataSourceProvider(name: str, provider: DataSourceProvider) -> bool:
     """Registers a Python provider under `name`; False when the name is taken. The registry keeps the provider alive until it is unregistered."""
 def registerDataStoreProvider(name: str, provider: DataSourceProvider) -> bool:
     """Registers a Python store provider under `name`; False when the name is taken."""
-def unregisterDataSourceProvider(name: str) -> bool: ...
-def unregisterDataStoreProvider(name: str) -> bool: ...
-def dataSourceProviderNames() -> List[str]: ...
-def dataStoreProviderNames() -> List[str]: ...
+def unregisterDataSourceProvider(name: str) -> bool:
+    """Removes the source provider `name`; False when there is none."""
+def unregisterDataStoreProvider(name: str) -> bool:
+    """Removes the store provider `name`; False when there is none."""
+def dataSourceProviderNames() -> List[str]:
+    """The names in the source-provider registry, in ascending order."""
+def dataStoreProviderNames() -> List[str]:
+    """The names in the store-provider registry, in ascending order."""
 def dataSourceProviders() -> List[DataSourceProvider]:
     """Every store provider, then every source provider, each in name order. C++ providers are borrowed: use them only while they stay registered."""
 def dataStoreProviders() -> List[DataStoreProvider]:

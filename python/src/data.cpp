@@ -465,7 +465,8 @@ void bind_data(py::module_& m) {
             return py::make_tuple(ids, names);
           },
           "(ids, names): the surfaces the source offers, as two parallel lists.")
-      .def("select_surface", &S::select_surface, py::arg("id"))
+      .def("select_surface", &S::select_surface, py::arg("id"),
+           "Makes one surface current for the following queries; default nothing.")
       .def(
           "get_eg_data",
           [](S& s) {
@@ -515,12 +516,18 @@ void bind_data(py::module_& m) {
            "(elements, xs, ys): records and one x list and one y list per element.")
       .def("get_low_points", &call_point_getter<&S::get_low_points>,
            "The low points: a list of gravok_grading_element.")
-      .def("get_bounded_points", &call_point_getter<&S::get_bounded_points>)
-      .def("get_offsets", &call_point_getter<&S::get_offsets>)
-      .def("get_drain_lines", &call_list_getter<&S::get_drain_lines>)
-      .def("get_bend_lines", &call_list_getter<&S::get_bend_lines>)
-      .def("get_aligned_edges", &call_list_getter<&S::get_aligned_edges>)
-      .def("get_trizone_polygons", &call_list_getter<&S::get_trizone_polygons>)
+      .def("get_bounded_points", &call_point_getter<&S::get_bounded_points>,
+           "The bounded points: a list of gravok_grading_element.")
+      .def("get_offsets", &call_point_getter<&S::get_offsets>,
+           "The offsets: a list of gravok_grading_element.")
+      .def("get_drain_lines", &call_list_getter<&S::get_drain_lines>,
+           "(elements, xs, ys) of the drain lines.")
+      .def("get_bend_lines", &call_list_getter<&S::get_bend_lines>,
+           "(elements, xs, ys) of the bend lines.")
+      .def("get_aligned_edges", &call_list_getter<&S::get_aligned_edges>,
+           "(elements, xs, ys) of the aligned edges.")
+      .def("get_trizone_polygons", &call_list_getter<&S::get_trizone_polygons>,
+           "(elements, xs, ys) of the surface zones.")
       .def(
           "get_complex_elements",
           [](const S& s, GradingElementType kind) {
@@ -553,8 +560,8 @@ void bind_data(py::module_& m) {
           "A float64 array; default empty.")
       .def("get_mesh_metric", &S::get_mesh_metric, "Default default_mesh_metric().")
       .def("get_xorig", &S::get_xorig, "Origin of the x coordinates; default 0.0.")
-      .def("get_yorig", &S::get_yorig)
-      .def("get_zorig", &S::get_zorig)
+      .def("get_yorig", &S::get_yorig, "Origin of the y coordinates; default 0.0.")
+      .def("get_zorig", &S::get_zorig, "Origin of the z coordinates; default 0.0.")
       .def("get_max_iteration_count", &S::get_max_iteration_count, "Default 100000.")
       .def("get_epsilon", &S::get_epsilon, "Default 0.0.")
       .def("get_hostcad_version", &S::get_hostcad_version, "Default ''.")
@@ -588,10 +595,13 @@ void bind_data(py::module_& m) {
       "setters you need: a setter a class does not define drops its data; the other "
       "operations answer the library's defaults. Subclasses call super().__init__().")
       .def(py::init<>())
-      .def("beginBulkOperation", &D::beginBulkOperation)
-      .def("endBulkOperation", &D::endBulkOperation)
+      .def("beginBulkOperation", &D::beginBulkOperation,
+           "Opens a run of setter calls that belong together; default nothing.")
+      .def("endBulkOperation", &D::endBulkOperation,
+           "Closes the run that beginBulkOperation opened; default nothing.")
       .def("set_units", &D::set_units, py::arg("linear"), py::arg("area"),
-           py::arg("volume"))
+           py::arg("volume"),
+           "The units (Unit1, Unit2, Unit3); the transfers never call it.")
       .def(
           "set_eg_data",
           [](D& d, py::handle x, py::handle y, py::handle z, py::handle triangles,
@@ -607,40 +617,55 @@ void bind_data(py::module_& m) {
           py::arg("triangle_info") = py::none(),
           "The mesh as get_eg_data gives it: x, y, z, (n, 3) triangles and (n, 40) uint8 "
           "triangle records (or a list of gravok_triangle_info; None for none).")
-      .def("set_break_lines", &D::set_break_lines, py::arg("lines"))
-      .def("set_objectives", &D::set_objectives, py::arg("objectives"))
+      .def("set_break_lines", &D::set_break_lines, py::arg("lines"),
+           "The break lines (gravok_line_3d); the transfers never call it.")
+      .def("set_objectives", &D::set_objectives, py::arg("objectives"),
+           "The objectives (gravok_objective).")
       .def("set_grading_elements", &D::set_grading_elements, py::arg("kind"),
            py::arg("elements"), "Routes the elements to the setter of their kind.")
-      .def("set_low_points", &call_setter<&D::set_low_points>, py::arg("elements"))
+      .def("set_low_points", &call_setter<&D::set_low_points>, py::arg("elements"),
+           "The records of this kind, the complete list in one call.")
       .def("set_bounded_points", &call_setter<&D::set_bounded_points>,
-           py::arg("elements"))
-      .def("set_offsets", &call_setter<&D::set_offsets>, py::arg("elements"))
-      .def("set_drain_lines", &call_setter<&D::set_drain_lines>, py::arg("elements"))
-      .def("set_bend_lines", &call_setter<&D::set_bend_lines>, py::arg("elements"))
-      .def("set_aligned_edges", &call_setter<&D::set_aligned_edges>, py::arg("elements"))
+           py::arg("elements"),
+           "The records of this kind, the complete list in one call.")
+      .def("set_offsets", &call_setter<&D::set_offsets>, py::arg("elements"),
+           "The records of this kind, the complete list in one call.")
+      .def("set_drain_lines", &call_setter<&D::set_drain_lines>, py::arg("elements"),
+           "The records of this kind, the complete list in one call.")
+      .def("set_bend_lines", &call_setter<&D::set_bend_lines>, py::arg("elements"),
+           "The records of this kind, the complete list in one call.")
+      .def("set_aligned_edges", &call_setter<&D::set_aligned_edges>, py::arg("elements"),
+           "The records of this kind, the complete list in one call.")
       .def("set_trizone_polygons", &call_setter<&D::set_trizone_polygons>,
-           py::arg("elements"))
+           py::arg("elements"), "The records of the surface zones.")
       .def("set_complex_elements", &D::set_complex_elements, py::arg("kind"),
-           py::arg("elements"))
-      .def("set_fix_boundary", &D::set_fix_boundary, py::arg("fix"))
-      .def("set_max_slope", &D::set_max_slope, py::arg("slope"))
-      .def("set_min_slope", &D::set_min_slope, py::arg("slope"))
-      .def("set_volume_constraint", &D::set_volume_constraint, py::arg("constraint"))
+           py::arg("elements"), "The records of one complex kind (100 and up).")
+      .def("set_fix_boundary", &D::set_fix_boundary, py::arg("fix"),
+           "The setting fix_boundary answers.")
+      .def("set_max_slope", &D::set_max_slope, py::arg("slope"),
+           "The setting get_max_slope answers.")
+      .def("set_min_slope", &D::set_min_slope, py::arg("slope"),
+           "The setting get_min_slope answers.")
+      .def("set_volume_constraint", &D::set_volume_constraint, py::arg("constraint"),
+           "The setting get_volume_constraint answers.")
       .def(
           "set_max_slopes",
           [](D& d, py::handle slopes) {
             d.set_max_slopes(doubles_from(slopes, "slopes"));
           },
-          py::arg("slopes"))
+          py::arg("slopes"), "The per-zone maximum slopes, any 1-D array-like.")
       .def(
           "set_min_slopes",
           [](D& d, py::handle slopes) {
             d.set_min_slopes(doubles_from(slopes, "slopes"));
           },
-          py::arg("slopes"))
-      .def("set_mesh_metric", &D::set_mesh_metric, py::arg("metric"))
-      .def("set_max_iteration_count", &D::set_max_iteration_count, py::arg("count"))
-      .def("set_epsilon", &D::set_epsilon, py::arg("epsilon"))
+          py::arg("slopes"), "The per-zone minimum slopes, any 1-D array-like.")
+      .def("set_mesh_metric", &D::set_mesh_metric, py::arg("metric"),
+           "The setting get_mesh_metric answers.")
+      .def("set_max_iteration_count", &D::set_max_iteration_count, py::arg("count"),
+           "The setting get_max_iteration_count answers.")
+      .def("set_epsilon", &D::set_epsilon, py::arg("epsilon"),
+           "The setting get_epsilon answers.")
       .def("set_transferred_units", &D::set_transferred_units, py::arg("linear"),
            py::arg("area"), py::arg("volume"), "Default: the units are dropped.")
       .def("set_transferred_break_lines", &D::set_transferred_break_lines,

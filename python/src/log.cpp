@@ -82,7 +82,7 @@ void bind_log(py::module_& m) {
           [](gvk::Log::Level level) {
             return gvk::to_utf8(gvk::Log::LevelString(level));
           },
-          py::arg("level"))
+          py::arg("level"), "The name of a level ('trace' ... 'fatal'), or 'unknown'.")
       .def_static("RegisterConsoleLogger", &gvk::Log::RegisterConsoleLogger,
                   py::arg("level"), "Prints entries to standard output and error.");
   m.def("timestamp", &gvk::timestamp,

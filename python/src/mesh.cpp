@@ -133,6 +133,10 @@ void bind_mesh(py::module_& m) {
 
   static py::exception<gvk::PolyReadResult> poly_error(m, "PolyReadError",
                                                        PyExc_ValueError);
+  poly_error.attr("__doc__") =
+      "PolyFile.read could not read a file: a ValueError whose `status` "
+      "(PolyReadResult.Status) and `line` (1-based, 0 for the whole file) name the "
+      "fault.";
   py::class_<gvk::PolyFile>(m, "PolyFile", "Triangle-format files.")
       .def_static(
           "read",

@@ -403,9 +403,11 @@ void bind_registry(py::module_& m) {
       "description() -> str and createDataSource(location) -> DataSource or None; "
       "supportsSurface() defaults to False.")
       .def(py::init<>())
-      .def("canHandle", &SP::canHandle, py::arg("location"))
-      .def("description", &SP::description)
-      .def("supportsSurface", &SP::supportsSurface)
+      .def("canHandle", &SP::canHandle, py::arg("location"),
+           "True when the provider can create an object for `location`.")
+      .def("description", &SP::description,
+           "One line saying what locations the provider opens.")
+      .def("supportsSurface", &SP::supportsSurface, "Whether its sources offer surfaces.")
       .def(
           "createDataSource",
           [](const SP& p, const std::string& location) {
@@ -454,11 +456,13 @@ void bind_registry(py::module_& m) {
       py::arg("name"), py::arg("provider"),
       "Registers a Python store provider under `name`; False when the name is taken.");
   m.def("unregisterDataSourceProvider", &gvk::unregisterDataSourceProvider,
-        py::arg("name"));
-  m.def("unregisterDataStoreProvider", &gvk::unregisterDataStoreProvider,
-        py::arg("name"));
-  m.def("dataSourceProviderNames", &gvk::dataSourceProviderNames);
-  m.def("dataStoreProviderNames", &gvk::dataStoreProviderNames);
+        py::arg("name"), "Removes the source provider `name`; False when there is none.");
+  m.def("unregisterDataStoreProvider", &gvk::unregisterDataStoreProvider, py::arg("name"),
+        "Removes the store provider `name`; False when there is none.");
+  m.def("dataSourceProviderNames", &gvk::dataSourceProviderNames,
+        "The names in the source-provider registry, in ascending order.");
+  m.def("dataStoreProviderNames", &gvk::dataStoreProviderNames,
+        "The names in the store-provider registry, in ascending order.");
   m.def(
       "dataSourceProviders",
       [] {
@@ -527,6 +531,8 @@ void bind_registry(py::module_& m) {
       .def("__enter__", [](py::object self) { return self; })
       .def("__exit__",
            [](Plugin& p, py::args) {
+             // Unloads the module unless objects made while it was loaded still live;
+             // they keep it loaded until they and this object are gone.
              if (p.live_objects == 0) {
                loaded_plugins().erase(&p);
                p.module->unload();
