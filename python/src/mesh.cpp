@@ -43,7 +43,7 @@ py::array_t<unsigned long long> index_array(std::vector<unsigned long long>&& va
   auto* owned = new std::vector<unsigned long long>(std::move(values));
   py::capsule free_when_done(
       owned, [](void* p) { delete static_cast<std::vector<unsigned long long>*>(p); });
-  return py::array_t<unsigned long long>({static_cast<py::ssize_t>(owned->size())},
+  return py::array_t<unsigned long long>(static_cast<py::ssize_t>(owned->size()),
                                          owned->data(), free_when_done);
 }
 

@@ -71,7 +71,7 @@ py::array_t<double> to_array(std::vector<double>&& values) {
   auto* owned = new std::vector<double>(std::move(values));
   py::capsule free_when_done(
       owned, [](void* p) { delete static_cast<std::vector<double>*>(p); });
-  return py::array_t<double>({static_cast<py::ssize_t>(owned->size())}, owned->data(),
+  return py::array_t<double>(static_cast<py::ssize_t>(owned->size()), owned->data(),
                              free_when_done);
 }
 
@@ -275,8 +275,7 @@ void bind_records(py::module_& m) {
           "location",
           [](py::object self) {
             auto& e = self.cast<gravok_grading_element&>();
-            return py::array_t<double>({py::ssize_t{6}}, {py::ssize_t{sizeof(double)}},
-                                       e.location, self);
+            return py::array_t<double>(6, e.location, self);
           },
           [](gravok_grading_element& e, py::handle v) {
             const std::vector<double> values = doubles_from(v, "location");
