@@ -1,0 +1,139 @@
+"""Writes the type stubs gravok/__init__.pyi from the built extension's signatures and
+docstrings, with the shapes of the tuple results that pybind11 cannot name:
+
+    PYTHONPATH=build/dev/python /usr/bin/python3 python/make_stubs.py > python/gravok/__init__.pyi
+"""
+import os
+import re
+import sys
+
+# The source folder holds a package gravok without the extension: look past it.
+here = os.path.dirname(os.path.abspath(__file__))
+sys.path = [p for p in sys.path if os.path.abspath(p or ".") != here]
+import gravok._gravok as g  # noqa: E402
+
+RET = {
+    "get_eg_data": "Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64], NDArray[np.uint8]]",
+    "get_surfaces": "Tuple[List[int], List[str]]",
+    "get_grading_elements": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]], ComplexElementData]",
+    "get_complex_elements": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]], ComplexElementData]",
+    "get_unclassified": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]",
+    "get_drain_lines": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]",
+    "get_bend_lines": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]",
+    "get_aligned_edges": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]",
+    "get_trizone_polygons": "Tuple[List[gravok_grading_element], List[List[float]], List[List[float]]]",
+    "reindex_mesh": "Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64]]",
+    "remove_unused_vertices": "Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64]]",
+    "read": "Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64], NDArray[np.uint64]]",
+    "ComputeOrigin": "Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], float, float, float]",
+    "get_constraint_type": "Optional[Tuple[GradingElementType, Optional[TriZoneType]]]",
+    "find_unit": "Union[Unit1, Unit2, Unit3, None]",
+    "createDataSource": "Optional[DataSource]",
+    "createDataStore": "Optional[DataStore]",
+    "dataSourceProviders": "List[DataSourceProvider]",
+    "dataStoreProviders": "List[DataStoreProvider]",
+    "load_plugin": "PluginModule",
+    "location": "NDArray[np.float64]",
+}
+
+def fix(t):
+    t = t.replace("gravok._gravok.", "")
+    t = re.sub(r"numpy\.ndarray\[numpy\.(\w+)\]", r"NDArray[np.\1]", t)
+    t = re.sub(r"\bhandle\b", "Any", t)
+    t = re.sub(r"\bobject\b", "Any", t)
+    t = re.sub(r"(:\s*|->\s*|\[)function\b", r"\1Callable[..., Any]", t)
+    t = re.sub(r"\b(x|y|z|triangles|triangle_info|slopes|location|values): Any", r"\1: ArrayLike", t)
+    t = re.sub(r"\b(attributes|trailer|data): Any = None", r"\1: Optional[bytes] = None", t)
+    t = re.sub(r"\bprovider: Any", "provider: DataSourceProvider", t)
+    t = re.sub(r"\bargs\b", "*args", t) if "*args" not in t else t
+    return t
+
+def sigs(obj, name):
+    doc = obj.__doc__ or ""
+    out = []
+    for line in doc.splitlines():
+        m = re.match(r"^(?:\d+\. )?" + re.escape(name) + r"\((.*)\) -> (.*)$", line.strip())
+        if m:
+            out.append((fix(m.group(1)), fix(m.group(2))))
+    return out
+
+def summary(obj):
+    doc = (obj.__doc__ or "").splitlines()
+    body = [l for l in doc if l and not re.match(r"^\w+\(.*\) ->", l) and not re.match(r"^\d+\. \w+\(", l) and l.strip() != "Overloaded function."]
+    return " ".join(l.strip() for l in body).replace('"""', "'")
+
+def emit_func(name, obj, indent="", static=False):
+    lines = []
+    ss = sigs(obj, name)
+    over = len(ss) > 1
+    for args, ret in ss:
+        if name in RET and not over:
+            ret = RET[name]
+        if over:
+            lines.append(indent + "@overload")
+        if static:
+            lines.append(indent + "@staticmethod")
+        doc = summary(obj)
+        lines.append(f"{indent}def {name}({args}) -> {ret}:" + (f'\n{indent}    """{doc}"""' if doc else " ..."))
+    return lines
+
+out = ['"""Type stubs of the package gravok (the extension gravok._gravok)."""',
+       "from typing import Any, Callable, List, Optional, Tuple, Union, overload",
+       "import numpy as np", "from numpy.typing import ArrayLike, NDArray", ""]
+classes = [(n, o) for n, o in vars(g).items() if isinstance(o, type)]
+names_done = set()
+for n, o in classes:
+    if n in names_done: continue
+    names_done.add(n)
+    bases = [b.__name__ for b in o.__bases__ if b.__name__ not in ("pybind11_object",)]
+    if n == "PolyReadError":
+        out += ["class PolyReadError(ValueError):", "    status: PolyReadResult.Status", "    line: int", ""]
+        continue
+    out.append(f"class {n}({', '.join(bases)}):" if bases else f"class {n}:")
+    doc = (o.__doc__ or "").split("Members:")[0].strip().replace('"""', "'")
+    if doc:
+        out.append(f'    """{doc.strip()}"""')
+    body = []
+    if hasattr(o, "__members__"):
+        for m in o.__members__:
+            body.append(f"    {m}: {n}")
+        body.append("    def __int__(self) -> int: ...")
+    for an, av in o.__dict__.items():
+        if an.startswith("__") and an not in ("__init__", "__enter__", "__exit__", "__eq__"):
+            continue
+        if hasattr(o, "__members__") and an in o.__members__: continue
+        if isinstance(av, staticmethod):
+            body += emit_func(an, av.__func__, "    ", static=True)
+        elif isinstance(av, property):
+            t = "Any"
+            fg = av.fget
+            s = sigs(fg, "") if fg else []
+            m = re.search(r"-> (.*)$", (fg.__doc__ or "").splitlines()[0]) if fg and fg.__doc__ else None
+            if m: t = fix(m.group(1))
+            if an in RET: t = RET[an]
+            body.append(f"    {an}: {t}")
+        elif callable(av) and hasattr(av, "__doc__") and type(av).__name__ == "instancemethod":
+            body += emit_func(an, av, "    ")
+        elif isinstance(av, type):
+            continue
+        elif not callable(av) and not an.startswith("_"):
+            body.append(f"    {an}: {type(av).__name__}")
+    # nested enums
+    for an, av in o.__dict__.items():
+        if isinstance(av, type) and hasattr(av, "__members__"):
+            body.append(f"    class {an}:")
+            for m in av.__members__:
+                body.append(f"        {m}: {o.__name__}.{an}")
+            body.append("        def __int__(self) -> int: ...")
+    out += body or ["    ..."]
+    out.append("")
+for n, o in vars(g).items():
+    if isinstance(o, type) or n.startswith("__"): continue
+    if callable(o) and type(o).__name__ == "builtin_function_or_method":
+        out += emit_func(n, o)
+    elif isinstance(o, (int, str)):
+        out.append(f"{n}: {type(o).__name__}")
+    elif hasattr(type(o), "__members__"):
+        out.append(f"{n}: {type(o).__name__}")
+out += ["", "LinearUnit = Unit1", "AreaUnit = Unit2", "VolumeUnit = Unit3", ""]
+print("\n".join(out))

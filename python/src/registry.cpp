@@ -1,0 +1,568 @@
+// The provider registry and plug-in modules for Python. Python classes derive from
+// DataSourceProvider and DataStoreProvider; the registry takes a C++ provider that
+// holds the Python one and forwards to it, and the sources and stores a Python
+// provider returns travel through the registry inside forwarders that hold the Python
+// objects, which come out again as themselves. Objects that C++ providers create
+// keep every plug-in module loaded at their creation alive, so that no module's code
+// is unmapped while an object of it lives.
+#include <gravok/data_store.h>
+#include <gravok/plugin.h>
+#include <gravok/providers.h>
+
+#include <algorithm>
+#include <set>
+
+#include "common.h"
+
+namespace gravok_python {
+
+namespace {
+
+using Elements = std::vector<gravok_grading_element>;
+using Lists = std::vector<std::vector<double>>;
+
+// What every forwarder shares: the Python object it stands for.
+class HoldsPython {
+ public:
+  explicit HoldsPython(py::object object) : m_object(std::move(object)) {}
+  virtual ~HoldsPython() { drop_reference(m_object); }
+  HoldsPython(const HoldsPython&) = delete;
+  HoldsPython& operator=(const HoldsPython&) = delete;
+  py::object release_object() {
+    py::object object = std::move(m_object);
+    m_object = py::object();
+    return object;
+  }
+
+ protected:
+  py::object m_object;
+};
+
+// A C++ source or store that forwards every operation to the Python object's C++ part
+// (whose own operations reach the Python overrides).
+template <class Base>
+class ForwardingSource : public Base, public HoldsPython {
+ public:
+  ForwardingSource(py::object object, gvk::DataSource* target)
+      : HoldsPython(std::move(object)), m_source(target) {}
+
+  bool load() override { return m_source->load(); }
+  void get_linear_unit(gvk::Unit<1>& u) const override { m_source->get_linear_unit(u); }
+  void get_area_unit(gvk::Unit<2>& u) const override { m_source->get_area_unit(u); }
+  void get_volume_unit(gvk::Unit<3>& u) const override { m_source->get_volume_unit(u); }
+  void get_surfaces(std::vector<unsigned long long>& ids,
+                    std::vector<std::string>& names) const override {
+    m_source->get_surfaces(ids, names);
+  }
+  void select_surface(unsigned long long id) override { m_source->select_surface(id); }
+  void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
+                   std::vector<gvk::Triangle>& t,
+                   std::vector<gravok_triangle_info>& i) override {
+    m_source->get_eg_data(x, y, z, t, i);
+  }
+  void get_objectives(std::vector<gravok_objective>& o) override {
+    m_source->get_objectives(o);
+  }
+  void get_break_lines(std::vector<gravok_line_3d>& l) const override {
+    m_source->get_break_lines(l);
+  }
+  void get_grading_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
+                            ComplexData& d) override {
+    m_source->get_grading_elements(kind, e, xs, ys, d);
+  }
+  void get_unclassified(Elements& e, Lists& xs, Lists& ys) const override {
+    m_source->get_unclassified(e, xs, ys);
+  }
+  void get_low_points(Elements& e) const override { m_source->get_low_points(e); }
+  void get_bounded_points(Elements& e) const override { m_source->get_bounded_points(e); }
+  void get_offsets(Elements& e) const override { m_source->get_offsets(e); }
+  void get_drain_lines(Elements& e, Lists& xs, Lists& ys) const override {
+    m_source->get_drain_lines(e, xs, ys);
+  }
+  void get_bend_lines(Elements& e, Lists& xs, Lists& ys) const override {
+    m_source->get_bend_lines(e, xs, ys);
+  }
+  void get_aligned_edges(Elements& e, Lists& xs, Lists& ys) const override {
+    m_source->get_aligned_edges(e, xs, ys);
+  }
+  void get_trizone_polygons(Elements& e, Lists& xs, Lists& ys) const override {
+    m_source->get_trizone_polygons(e, xs, ys);
+  }
+  void get_complex_elements(GradingElementType kind, Elements& e, Lists& xs, Lists& ys,
+                            ComplexData& d) const override {
+    m_source->get_complex_elements(kind, e, xs, ys, d);
+  }
+  bool fix_boundary() const override { return m_source->fix_boundary(); }
+  double get_max_slope() const override { return m_source->get_max_slope(); }
+  double get_min_slope() const override { return m_source->get_min_slope(); }
+  VolumeConstraint get_volume_constraint() const override {
+    return m_source->get_volume_constraint();
+  }
+  void get_max_slopes(std::vector<double>& s) const override {
+    m_source->get_max_slopes(s);
+  }
+  void get_min_slopes(std::vector<double>& s) const override {
+    m_source->get_min_slopes(s);
+  }
+  mesh_metric get_mesh_metric() const override { return m_source->get_mesh_metric(); }
+  double get_xorig() const override { return m_source->get_xorig(); }
+  double get_yorig() const override { return m_source->get_yorig(); }
+  double get_zorig() const override { return m_source->get_zorig(); }
+  long long get_max_iteration_count() const override {
+    return m_source->get_max_iteration_count();
+  }
+  double get_epsilon() const override { return m_source->get_epsilon(); }
+  std::string get_hostcad_version() const override {
+    return m_source->get_hostcad_version();
+  }
+  bool is_ge_guid_valid() const override { return m_source->is_ge_guid_valid(); }
+  const std::string& guid_from_uid(const long long& uid) const override {
+    return m_source->guid_from_uid(uid);
+  }
+
+ private:
+  gvk::DataSource* m_source;
+};
+
+class ForwardingStore : public ForwardingSource<gvk::DataStore> {
+ public:
+  ForwardingStore(py::object object, gvk::DataStore* target)
+      : ForwardingSource(std::move(object), target), m_store(target) {}
+
+  void beginBulkOperation() const override { m_store->beginBulkOperation(); }
+  void endBulkOperation() const override { m_store->endBulkOperation(); }
+  void set_units(const gvk::Unit<1>& l, const gvk::Unit<2>& a,
+                 const gvk::Unit<3>& v) override {
+    m_store->set_units(l, a, v);
+  }
+  void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
+                   const std::vector<double>& z, const std::vector<gvk::Triangle>& t,
+                   const std::vector<gravok_triangle_info>& i) override {
+    m_store->set_eg_data(x, y, z, t, i);
+  }
+  void set_break_lines(const std::vector<gravok_line_3d>& l) override {
+    m_store->set_break_lines(l);
+  }
+  void set_objectives(const std::vector<gravok_objective>& o) override {
+    m_store->set_objectives(o);
+  }
+  void set_grading_elements(GradingElementType kind, const Elements& e) override {
+    m_store->set_grading_elements(kind, e);
+  }
+  void set_low_points(const Elements& e) override { m_store->set_low_points(e); }
+  void set_bounded_points(const Elements& e) override { m_store->set_bounded_points(e); }
+  void set_offsets(const Elements& e) override { m_store->set_offsets(e); }
+  void set_drain_lines(const Elements& e) override { m_store->set_drain_lines(e); }
+  void set_bend_lines(const Elements& e) override { m_store->set_bend_lines(e); }
+  void set_aligned_edges(const Elements& e) override { m_store->set_aligned_edges(e); }
+  void set_trizone_polygons(const Elements& e) override {
+    m_store->set_trizone_polygons(e);
+  }
+  void set_complex_elements(GradingElementType kind, const Elements& e) override {
+    m_store->set_complex_elements(kind, e);
+  }
+  void set_fix_boundary(bool fix) override { m_store->set_fix_boundary(fix); }
+  void set_max_slope(double s) override { m_store->set_max_slope(s); }
+  void set_min_slope(double s) override { m_store->set_min_slope(s); }
+  void set_volume_constraint(VolumeConstraint c) override {
+    m_store->set_volume_constraint(c);
+  }
+  void set_max_slopes(const std::vector<double>& s) override {
+    m_store->set_max_slopes(s);
+  }
+  void set_min_slopes(const std::vector<double>& s) override {
+    m_store->set_min_slopes(s);
+  }
+  void set_mesh_metric(mesh_metric metric) override { m_store->set_mesh_metric(metric); }
+  void set_max_iteration_count(long long c) override {
+    m_store->set_max_iteration_count(c);
+  }
+  void set_epsilon(double e) override { m_store->set_epsilon(e); }
+  void set_transferred_units(const gvk::Unit<1>& l, const gvk::Unit<2>& a,
+                             const gvk::Unit<3>& v) override {
+    m_store->set_transferred_units(l, a, v);
+  }
+  void set_transferred_break_lines(const std::vector<gravok_line_3d>& l) override {
+    m_store->set_transferred_break_lines(l);
+  }
+  void set_transferred_grading_elements(GradingElementType kind, const Elements& e,
+                                        const Lists& xs, const Lists& ys,
+                                        const ComplexData& d) override {
+    m_store->set_transferred_grading_elements(kind, e, xs, ys, d);
+  }
+  void set_hostcad_version(const std::string& v) override {
+    m_store->set_hostcad_version(v);
+  }
+
+ private:
+  gvk::DataStore* m_store;
+};
+
+// A C++ object for what a Python provider returned: empty for None, a forwarder
+// otherwise. TypeError for anything that is not a DataSource.
+std::unique_ptr<gvk::DataStore> store_from(py::object object) {
+  if (object.is_none()) return nullptr;
+  auto* store = object.cast<gvk::DataStore*>();
+  return std::make_unique<ForwardingStore>(std::move(object), store);
+}
+
+std::unique_ptr<gvk::DataSource> source_from(py::object object) {
+  if (object.is_none()) return nullptr;
+  if (py::isinstance<gvk::DataStore>(object)) return store_from(std::move(object));
+  auto* source = object.cast<gvk::DataSource*>();
+  return std::make_unique<ForwardingSource<gvk::DataSource>>(std::move(object), source);
+}
+
+class PySourceProvider : public gvk::DataSourceProvider {
+ public:
+  bool canHandle(const std::string& location) const override {
+    PYBIND11_OVERRIDE_PURE(bool, gvk::DataSourceProvider, canHandle, location);
+  }
+  std::string description() const override {
+    PYBIND11_OVERRIDE_PURE(std::string, gvk::DataSourceProvider, description, );
+  }
+  bool supportsSurface() const override {
+    PYBIND11_OVERRIDE(bool, gvk::DataSourceProvider, supportsSurface, );
+  }
+  std::unique_ptr<gvk::DataSource> createDataSource(
+      const std::string& location) const override {
+    py::gil_scoped_acquire gil;
+    py::function override_ = py::get_override(
+        static_cast<const gvk::DataSourceProvider*>(this), "createDataSource");
+    if (!override_) {
+      py::pybind11_fail("DataSourceProvider.createDataSource is not defined");
+    }
+    return source_from(override_(location));
+  }
+};
+
+class PyStoreProvider : public gvk::DataStoreProvider {
+ public:
+  bool canHandle(const std::string& location) const override {
+    PYBIND11_OVERRIDE_PURE(bool, gvk::DataStoreProvider, canHandle, location);
+  }
+  std::string description() const override {
+    PYBIND11_OVERRIDE_PURE(std::string, gvk::DataStoreProvider, description, );
+  }
+  bool supportsSurface() const override {
+    PYBIND11_OVERRIDE(bool, gvk::DataStoreProvider, supportsSurface, );
+  }
+  std::unique_ptr<gvk::DataSource> createDataSource(
+      const std::string& location) const override {
+    {
+      py::gil_scoped_acquire gil;
+      py::function override_ = py::get_override(
+          static_cast<const gvk::DataStoreProvider*>(this), "createDataSource");
+      if (override_) return source_from(override_(location));
+    }
+    return gvk::DataStoreProvider::createDataSource(location);
+  }
+  std::unique_ptr<gvk::DataStore> createDataStore(
+      const std::string& location) const override {
+    py::gil_scoped_acquire gil;
+    py::function override_ = py::get_override(
+        static_cast<const gvk::DataStoreProvider*>(this), "createDataStore");
+    if (!override_) py::pybind11_fail("DataStoreProvider.createDataStore is not defined");
+    return store_from(override_(location));
+  }
+};
+
+// The registry's own provider for a Python one.
+template <class Base>
+class ForwardingProvider : public Base, public HoldsPython {
+ public:
+  ForwardingProvider(py::object object, Base* target)
+      : HoldsPython(std::move(object)), m_provider(target) {}
+  bool canHandle(const std::string& location) const override {
+    return m_provider->canHandle(location);
+  }
+  std::string description() const override { return m_provider->description(); }
+  bool supportsSurface() const override { return m_provider->supportsSurface(); }
+  std::unique_ptr<gvk::DataSource> createDataSource(
+      const std::string& location) const override {
+    return m_provider->createDataSource(location);
+  }
+  py::object object() const { return m_object; }
+
+ protected:
+  Base* m_provider;
+};
+
+class ForwardingStoreProvider : public ForwardingProvider<gvk::DataStoreProvider> {
+ public:
+  using ForwardingProvider::ForwardingProvider;
+  std::unique_ptr<gvk::DataStore> createDataStore(
+      const std::string& location) const override {
+    return m_provider->createDataStore(location);
+  }
+};
+
+struct Plugin;
+
+// The modules loaded through load_plugin and not yet unloaded.
+std::set<Plugin*>& loaded_plugins() {
+  static std::set<Plugin*> plugins;
+  return plugins;
+}
+
+// A loaded plug-in module, and how many Python objects made by its code still live.
+struct Plugin {
+  Plugin() = default;
+  Plugin(const Plugin&) = delete;
+  Plugin& operator=(const Plugin&) = delete;
+  ~Plugin() { loaded_plugins().erase(this); }
+  std::unique_ptr<gvk::PluginModule> module;
+  long long live_objects = 0;
+};
+
+// The Python providers registered here, by registry and name, so that they can be
+// unregistered before the interpreter exits.
+std::set<std::pair<std::string, const void*>>& python_source_providers() {
+  static std::set<std::pair<std::string, const void*>> providers;
+  return providers;
+}
+std::set<std::pair<std::string, const void*>>& python_store_providers() {
+  static std::set<std::pair<std::string, const void*>> providers;
+  return providers;
+}
+
+// Unregisters every Python provider still registered: they hold Python objects,
+// which cannot be released once the interpreter has gone.
+void unregister_python_providers() {
+  const std::vector<std::string> source_names = gvk::dataSourceProviderNames();
+  const std::vector<const gvk::DataSourceProvider*> sources = gvk::dataSourceProviders();
+  const std::size_t first_source = sources.size() - source_names.size();
+  for (std::size_t i = 0; i < source_names.size(); ++i) {
+    if (python_source_providers().count({source_names[i], sources[first_source + i]})) {
+      gvk::unregisterDataSourceProvider(source_names[i]);
+    }
+  }
+  const std::vector<std::string> store_names = gvk::dataStoreProviderNames();
+  const std::vector<const gvk::DataStoreProvider*> stores = gvk::dataStoreProviders();
+  for (std::size_t i = 0; i < store_names.size(); ++i) {
+    if (python_store_providers().count({store_names[i], stores[i]})) {
+      gvk::unregisterDataStoreProvider(store_names[i]);
+    }
+  }
+  python_source_providers().clear();
+  python_store_providers().clear();
+}
+
+// Keeps every loaded module alive as long as `object` lives.
+void tie_to_plugins(py::handle object) {
+  for (Plugin* plugin : loaded_plugins()) {
+    py::handle patient = py::cast(plugin, py::return_value_policy::reference);
+    patient.inc_ref();
+    ++plugin->live_objects;
+    py::cpp_function release([plugin, patient](py::handle weakref) {
+      --plugin->live_objects;
+      patient.dec_ref();
+      weakref.dec_ref();
+    });
+    py::weakref(object, release).release();
+  }
+}
+
+// The Python object for what the registry returned: the Python object itself when a
+// Python provider made it, else the C++ object, owned by Python and tied to the
+// loaded modules.
+template <class T>
+py::object from_registry(std::unique_ptr<T> object) {
+  if (!object) return py::none();
+  if (auto* held = dynamic_cast<HoldsPython*>(object.get())) {
+    py::object python = held->release_object();
+    return python;
+  }
+  py::object result = py::cast(std::move(object));
+  tie_to_plugins(result);
+  return result;
+}
+
+template <class P>
+py::object provider_object(const P* provider) {
+  if (auto* held =
+          dynamic_cast<const ForwardingProvider<gvk::DataSourceProvider>*>(provider)) {
+    return held->object();
+  }
+  if (auto* held = dynamic_cast<const ForwardingStoreProvider*>(provider)) {
+    return held->object();
+  }
+  py::object result = py::cast(provider, py::return_value_policy::reference);
+  tie_to_plugins(result);
+  return result;
+}
+
+}  // namespace
+
+void bind_registry(py::module_& m) {
+  using SP = gvk::DataSourceProvider;
+  using DP = gvk::DataStoreProvider;
+  py::class_<SP, PySourceProvider>(
+      m, "DataSourceProvider",
+      "A factory of sources. Derive from it and define canHandle(location) -> bool, "
+      "description() -> str and createDataSource(location) -> DataSource or None; "
+      "supportsSurface() defaults to False.")
+      .def(py::init<>())
+      .def("canHandle", &SP::canHandle, py::arg("location"),
+           "True when the provider can create an object for `location`.")
+      .def("description", &SP::description,
+           "One line saying what locations the provider opens.")
+      .def("supportsSurface", &SP::supportsSurface, "Whether its sources offer surfaces.")
+      .def(
+          "createDataSource",
+          [](const SP& p, const std::string& location) {
+            return from_registry(p.createDataSource(location));
+          },
+          py::arg("location"), "A new source for `location`, or None.");
+  py::class_<DP, SP, PyStoreProvider>(
+      m, "DataStoreProvider",
+      "A factory of stores, which serves source requests too. Define canHandle, "
+      "description and createDataStore(location) -> DataStore or None; "
+      "supportsSurface() defaults to True, createDataSource to createDataStore.")
+      .def(py::init<>())
+      .def(
+          "createDataStore",
+          [](const DP& p, const std::string& location) {
+            return from_registry(p.createDataStore(location));
+          },
+          py::arg("location"), "A new store for `location`, or None.");
+
+  m.def(
+      "registerDataSourceProvider",
+      [](std::string name, py::object provider) {
+        auto* target = provider.cast<SP*>();
+        auto forwarder =
+            std::make_unique<ForwardingProvider<SP>>(std::move(provider), target);
+        const void* registered = forwarder.get();
+        if (!gvk::registerDataSourceProvider(name, std::move(forwarder))) return false;
+        python_source_providers().insert({name, registered});
+        return true;
+      },
+      py::arg("name"), py::arg("provider"),
+      "Registers a Python provider under `name`; False when the name is taken. The "
+      "registry keeps the provider alive until it is unregistered.");
+  m.def(
+      "registerDataStoreProvider",
+      [](std::string name, py::object provider) {
+        auto* target = provider.cast<DP*>();
+        auto forwarder =
+            std::make_unique<ForwardingStoreProvider>(std::move(provider), target);
+        const void* registered =
+            static_cast<const gvk::DataSourceProvider*>(forwarder.get());
+        if (!gvk::registerDataStoreProvider(name, std::move(forwarder))) return false;
+        python_store_providers().insert({name, registered});
+        return true;
+      },
+      py::arg("name"), py::arg("provider"),
+      "Registers a Python store provider under `name`; False when the name is taken.");
+  m.def("unregisterDataSourceProvider", &gvk::unregisterDataSourceProvider,
+        py::arg("name"), "Removes the source provider `name`; False when there is none.");
+  m.def("unregisterDataStoreProvider", &gvk::unregisterDataStoreProvider, py::arg("name"),
+        "Removes the store provider `name`; False when there is none.");
+  m.def("dataSourceProviderNames", &gvk::dataSourceProviderNames,
+        "The names in the source-provider registry, in ascending order.");
+  m.def("dataStoreProviderNames", &gvk::dataStoreProviderNames,
+        "The names in the store-provider registry, in ascending order.");
+  m.def(
+      "dataSourceProviders",
+      [] {
+        py::list result;
+        for (const SP* p : gvk::dataSourceProviders()) result.append(provider_object(p));
+        return result;
+      },
+      "Every store provider, then every source provider, each in name order. C++ "
+      "providers are borrowed: use them only while they stay registered.");
+  m.def(
+      "dataStoreProviders",
+      [] {
+        py::list result;
+        for (const DP* p : gvk::dataStoreProviders()) result.append(provider_object(p));
+        return result;
+      },
+      "Every store provider in name order (borrowed, as dataSourceProviders).");
+  m.def(
+      "createDataSource",
+      [](const std::string& location) {
+        std::unique_ptr<gvk::DataSource> source;
+        {
+          py::gil_scoped_release unlocked;
+          source = gvk::createDataSource(location);
+        }
+        return from_registry(std::move(source));
+      },
+      py::arg("location"),
+      "A source for `location` from the first provider that makes one, or None. The "
+      "caller owns it; it keeps the loaded plug-in modules alive.");
+  m.def(
+      "createDataStore",
+      [](const std::string& location) {
+        std::unique_ptr<gvk::DataStore> store;
+        {
+          py::gil_scoped_release unlocked;
+          store = gvk::createDataStore(location);
+        }
+        return from_registry(std::move(store));
+      },
+      py::arg("location"), "A store for `location`, or None, as createDataSource.");
+
+  py::class_<Plugin>(m, "PluginModule",
+                     "A loaded plug-in module whose providers are registered. It stays "
+                     "loaded while this object or any source, store or provider made "
+                     "by its code lives; unload() unloads it at once.")
+      .def(
+          "unload",
+          [](Plugin& p) {
+            if (p.live_objects > 0) {
+              throw py::value_error("cannot unload " + p.module->path() + ": " +
+                                    std::to_string(p.live_objects) +
+                                    " objects made while it was loaded still live");
+            }
+            loaded_plugins().erase(&p);
+            return p.module->unload();
+          },
+          "Unregisters the module's providers and closes it; returns how many "
+          "registrations it had left behind. ValueError while objects made while it "
+          "was loaded still live.")
+      .def_property_readonly("is_loaded",
+                             [](const Plugin& p) { return p.module->is_loaded(); })
+      .def_property_readonly("path", [](const Plugin& p) { return p.module->path(); })
+      .def_property_readonly("provider_count",
+                             [](const Plugin& p) { return p.module->provider_count(); })
+      .def("__enter__", [](py::object self) { return self; })
+      .def("__exit__",
+           [](Plugin& p, py::args) {
+             // Unloads the module unless objects made while it was loaded still live;
+             // they keep it loaded until they and this object are gone.
+             if (p.live_objects == 0) {
+               loaded_plugins().erase(&p);
+               p.module->unload();
+             }
+           })
+      .def("__repr__", [](const Plugin& p) {
+        return "PluginModule('" + p.module->path() +
+               "', loaded=" + (p.module->is_loaded() ? "True" : "False") + ")";
+      });
+
+  m.def(
+      "load_plugin",
+      [](const std::string& path) {
+        std::string error;
+        auto module = gvk::PluginModule::load(path, error);
+        if (!module) throw py::value_error(error);
+        auto plugin = std::make_unique<Plugin>();
+        plugin->module = std::move(module);
+        loaded_plugins().insert(plugin.get());
+        py::object result = py::cast(std::move(plugin));
+        return result;
+      },
+      py::arg("path"),
+      "Loads the plug-in module at `path` and registers its providers. ValueError with "
+      "the reason (the path and the system's message) when it cannot be loaded.");
+
+  // Python providers cannot outlive the interpreter: they are unregistered when it
+  // exits.
+  py::module_::import("atexit").attr("register")(
+      py::cpp_function(&unregister_python_providers));
+}
+
+}  // namespace gravok_python

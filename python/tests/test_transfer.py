@@ -1,0 +1,213 @@
+"""Transfers between Python and C++ sources and stores."""
+
+import numpy as np
+import pytest
+
+import gravok
+
+RNG = np.random.default_rng(18)
+
+
+def element(seed):
+    rng = np.random.default_rng(seed)
+    return gravok.gravok_grading_element(
+        attributes=rng.integers(0, 256, 312, dtype=np.uint8).tobytes(),
+        location=rng.normal(0.0, 1e3, 6),
+        trailer=rng.integers(0, 256, 120, dtype=np.uint8).tobytes())
+
+
+class ProblemSource(gravok.DataSource):
+    """A Python source with every part a transfer moves, values chosen to be awkward."""
+
+    def __init__(self):
+        super().__init__()
+        n = 500
+        self.x = RNG.normal(0.0, 1e4, n)
+        self.y = RNG.normal(0.0, 1e4, n)
+        self.z = RNG.normal(0.0, 1e2, n)
+        self.x[:3] = [-0.0, 5e-324, 1e300]
+        self.triangles = RNG.integers(0, n, (900, 3), dtype=np.uint64)
+        self.info = RNG.integers(0, 256, (900, 40), dtype=np.uint8)
+        self.low = [element(i) for i in range(4)]
+        self.drains = ([element(10), element(11)], [[1.0, 2.5], [3.0]], [[4.0, 5.5], [6.0]])
+
+    def get_eg_data(self):
+        return self.x, self.y, self.z, self.triangles, self.info
+
+    def get_low_points(self):
+        return self.low
+
+    def get_drain_lines(self):
+        return self.drains
+
+    def get_objectives(self):
+        return [gravok.gravok_objective(bytes(range(24)))]
+
+    def get_max_slope(self):
+        return 0.1 + 0.2
+
+    def get_max_slopes(self):
+        return [0.25, np.nextafter(0.5, 1.0)]
+
+    def get_volume_constraint(self):
+        return 7  # a kind the library does not name
+
+    def get_mesh_metric(self):
+        return gravok.mesh_metric(kind=3, value=-2.5, flag_a=True, flag_b=False)
+
+    def get_max_iteration_count(self):
+        return 2**40
+
+    def get_xorig(self):
+        return 2000100.125
+
+    def get_yorig(self):
+        return 500050.5
+
+    def get_zorig(self):
+        return 100.0
+
+
+class RecordingStore(gravok.DataStore):
+    """A Python store that keeps every call, in order, with its arguments."""
+
+    def __init__(self, origin=(0.0, 0.0, 0.0)):
+        super().__init__()
+        self.origin = origin
+        self.calls = []
+        self.parts = {}
+
+    def _keep(self, name, *args):
+        self.calls.append(name)
+        self.parts[name] = args
+
+    def get_xorig(self): return self.origin[0]
+    def get_yorig(self): return self.origin[1]
+    def get_zorig(self): return self.origin[2]
+    def beginBulkOperation(self): self.calls.append("begin")
+    def endBulkOperation(self): self.calls.append("end")
+    def set_eg_data(self, *a): self._keep("set_eg_data", *a)
+    def set_objectives(self, *a): self._keep("set_objectives", *a)
+    def set_low_points(self, *a): self._keep("set_low_points", *a)
+    def set_drain_lines(self, *a): self._keep("set_drain_lines", *a)
+    def set_max_slope(self, *a): self._keep("set_max_slope", *a)
+    def set_max_slopes(self, *a): self._keep("set_max_slopes", *a)
+    def set_volume_constraint(self, *a): self._keep("set_volume_constraint", *a)
+    def set_mesh_metric(self, *a): self._keep("set_mesh_metric", *a)
+    def set_max_iteration_count(self, *a): self._keep("set_max_iteration_count", *a)
+    def set_transferred_grading_elements(self, kind, *a):
+        self._keep(("transferred", int(kind)), *a)
+        super().set_transferred_grading_elements(kind, *a)
+
+
+def same_bits(a, b):
+    return np.asarray(a).tobytes() == np.asarray(b).tobytes()
+
+
+def test_python_source_into_json_store_reads_back_bit_for_bit(json_plugin, tmp_path):
+    source = ProblemSource()
+    location = "json:" + str(tmp_path / "problem.json")
+    store = gravok.createDataStore(location)
+    store.copyFrom(source)
+    del store
+    back = gravok.createDataSource(location)
+
+    # A new document has origin 0, so the transfer adds the whole source origin.
+    x, y, z, triangles, info = back.get_eg_data()
+    assert same_bits(x, source.x + 2000100.125)
+    assert same_bits(y, source.y + 500050.5)
+    assert same_bits(z, source.z + 100.0)
+    assert same_bits(triangles, source.triangles)
+    assert same_bits(info, source.info)
+    low = back.get_low_points()
+    assert [e.to_bytes() for e in low] == [
+        gravok.OffsetDataSource(source, 2000100.125, 500050.5, 100.0).get_low_points()[i].to_bytes()
+        for i in range(4)]
+    assert [e.to_bytes() for e in back.get_drain_lines()[0]] == [
+        e.to_bytes() for e in source.drains[0]]
+    assert back.get_objectives()[0].data == bytes(range(24))
+    assert back.get_max_slope() == 0.1 + 0.2
+    assert same_bits(back.get_max_slopes(), source.get_max_slopes())
+    assert int(back.get_volume_constraint()) == 7
+    assert back.get_mesh_metric() == source.get_mesh_metric()
+    assert back.get_max_iteration_count() == 2**40
+
+
+def test_json_source_into_python_store(json_plugin, example_problem):
+    source = gravok.createDataSource(example_problem)
+    assert source is not None and not isinstance(source, RecordingStore)
+    store = RecordingStore(origin=(2000000.0, 500000.0, 0.0))
+    store.copyAllFrom(source)
+
+    assert store.calls[0] == "begin" and store.calls[-1] == "end"
+    x, y, z, triangles, info = store.parts["set_eg_data"]
+    sx, sy, sz, st, si = source.get_eg_data()
+    assert len(sx) > 0
+    assert same_bits(x, sx + (source.get_xorig() - 2000000.0))
+    assert same_bits(y, sy + (source.get_yorig() - 500000.0))
+    assert same_bits(z, sz + source.get_zorig())
+    assert same_bits(triangles, st) and same_bits(info, si)
+    assert triangles.dtype == np.uint64 and triangles.shape == (len(st), 3)
+    # Every kind reaches the complete transfer once, in transfer order.
+    kinds = [c[1] for c in store.calls if isinstance(c, tuple)]
+    assert kinds == [int(k) for k in gravok.allElementTypes()]
+    assert store.parts["set_max_slope"] == (source.get_max_slope(),)
+
+
+def test_defaults_of_a_source_that_overrides_nothing():
+    store = RecordingStore()
+    store.copyFrom(gravok.DataSource())
+    assert store.parts["set_max_slope"] == (0.33,)
+    assert store.parts["set_max_iteration_count"] == (100000,)
+    assert store.parts["set_mesh_metric"] == (gravok.default_mesh_metric(),)
+    assert store.parts["set_volume_constraint"] == (gravok.Unconstrained,)
+    assert all(len(a) == 0 for a in store.parts["set_eg_data"])
+    assert store.parts["set_low_points"] == ([],)
+
+
+class Boom(Exception):
+    pass
+
+
+def test_python_exception_passes_through_copy_from_unchanged():
+    raised = Boom("mesh refused")
+
+    class FailingStore(RecordingStore):
+        def set_eg_data(self, *a):
+            self.calls.append("set_eg_data")
+            raise raised
+
+    store = FailingStore()
+    with pytest.raises(Boom) as caught:
+        store.copyFrom(ProblemSource())
+    assert caught.value is raised
+    assert store.calls[0] == "begin"
+    assert "set_eg_data" in store.calls and "set_max_slope" in store.calls
+    assert "end" not in store.calls and "set_low_points" not in store.calls
+
+
+def test_python_exception_from_a_source_stops_a_cpp_store(json_plugin, tmp_path):
+    class FailingSource(ProblemSource):
+        def get_drain_lines(self):
+            raise KeyError("drain lines")
+
+    path = tmp_path / "never.json"
+    store = gravok.createDataStore("json:" + str(path))
+    with pytest.raises(KeyError, match="drain lines"):
+        store.copyFrom(FailingSource())
+    assert not path.exists()  # the store writes when the bracket closes, which it never did
+
+
+@pytest.mark.parametrize("bad, error", [
+    (lambda s: (s.x, s.y), ValueError),                   # wrong tuple length
+    (lambda s: (s.x, s.y, s.z, s.triangles[:, :2], None), ValueError),
+    (lambda s: (s.x, s.y, s.z, s.triangles.astype(float), None), TypeError),
+    (lambda s: (s.x, s.y, s.z, -s.triangles.astype(np.int64) - 1, None), ValueError),
+])
+def test_malformed_override_results_raise(bad, error):
+    class Bad(ProblemSource):
+        def get_eg_data(self):
+            return bad(self)
+
+    with pytest.raises(error):
+        RecordingStore().copyFrom(Bad())
