@@ -114,7 +114,7 @@ TEST(ConstraintType, ClassifiesByFirstKeyInKeyOrder) {
   }
 }
 
-TEST(ConstraintType, EveryKindNameClassifiesAsItself) {
+TEST(ConstraintType, EveryKindNameClassifiesAsItselfAndIsItsName) {
   const std::pair<const char*, GradingElementType> names[] = {
       {"LowPoint", LowPoint},
       {"BoundedPoint", BoundedPoint},
@@ -136,6 +136,10 @@ TEST(ConstraintType, EveryKindNameClassifiesAsItself) {
     TriZoneType zone = kZoneBefore;
     EXPECT_TRUE(gvk::get_constraint_type(name, type, zone)) << name;
     EXPECT_EQ(type, kind) << name;
+    EXPECT_STREQ(gvk::element_type_name(kind), name);
+  }
+  for (const std::int32_t unnamed : {8, 99, -1, 106, 1000}) {
+    EXPECT_STREQ(gvk::element_type_name(static_cast<GradingElementType>(unnamed)), "");
   }
 }
 

@@ -38,6 +38,11 @@ GRAVOK_API void initge(gravok_grading_element& element);
 /// The text is taken as it is: two spellings of one GUID (case, braces) give two uids.
 GRAVOK_API long long hashGradingElementUid(const std::string& guid);
 
+/// The name of a named kind, spelled as its enumerator ("LowPoint", ..., "Pathway",
+/// ParkingLot included); the empty string for every other value (8 to 99, negative
+/// values, unnamed complex kinds). The strings are static.
+GRAVOK_API const char* element_type_name(GradingElementType kind);
+
 /// Classifies a host's name. The element kind keys ("AlignedEdge", "BendLine",
 /// "BoundedPoint", "BuildingPad", "Curb", "DrainLine", "LowPoint", "Offset",
 /// "ParkingLot", "Pathway", "Pond", "RetWall", "SurfaceZone", "Unclassified") are

@@ -45,42 +45,17 @@ bool is_empty(const ElementSet& set) {
          c.double_lists_11.empty() && c.int_lists.empty();
 }
 
-namespace {
-
-struct KindName {
-  GradingElementType kind;
-  const char* name;
-};
-
-constexpr KindName kKindNames[] = {
-    {LowPoint, "LowPoint"},
-    {BoundedPoint, "BoundedPoint"},
-    {AlignedEdge, "AlignedEdge"},
-    {Offset, "Offset"},
-    {DrainLine, "DrainLine"},
-    {SurfaceZone, "SurfaceZone"},
-    {BendLine, "BendLine"},
-    {Unclassified, "Unclassified"},
-    {Curb, "Curb"},
-    {BuildingPad, "BuildingPad"},
-    {Pond, "Pond"},
-    {ParkingLot, "ParkingLot"},
-    {RetWall, "RetWall"},
-    {Pathway, "Pathway"},
-};
-
-}  // namespace
-
 std::string element_kind_name(GradingElementType kind) {
-  for (const KindName& k : kKindNames)
-    if (k.kind == kind) return k.name;
-  return std::to_string(static_cast<std::int32_t>(kind));
+  const char* name = gvk::element_type_name(kind);
+  return *name ? name : std::to_string(static_cast<std::int32_t>(kind));
 }
 
 bool element_kind_from_name(std::string_view name, GradingElementType& kind) {
-  for (const KindName& k : kKindNames) {
-    if (name == k.name) {
-      kind = k.kind;
+  std::vector<GradingElementType> named = gvk::allElementTypes();
+  named.push_back(ParkingLot);
+  for (const GradingElementType k : named) {
+    if (name == gvk::element_type_name(k)) {
+      kind = k;
       return true;
     }
   }

@@ -1,5 +1,6 @@
 #include "landxml_store.h"
 
+#include <gravok/element_types.h>
 #include <gravok/log.h>
 
 #include <utility>
@@ -11,23 +12,8 @@ constexpr const char* kApplication = "gravok-data LandXML plug-in";
 
 // The name a feature of `kind` carries in the document.
 std::string kind_name(std::int32_t kind) {
-  static const std::map<std::int32_t, const char*> kNames = {
-      {LowPoint, "LowPoint"},
-      {BoundedPoint, "BoundedPoint"},
-      {AlignedEdge, "AlignedEdge"},
-      {Offset, "Offset"},
-      {DrainLine, "DrainLine"},
-      {SurfaceZone, "SurfaceZone"},
-      {BendLine, "BendLine"},
-      {Unclassified, "Unclassified"},
-      {Curb, "Curb"},
-      {BuildingPad, "BuildingPad"},
-      {Pond, "Pond"},
-      {ParkingLot, "ParkingLot"},
-      {RetWall, "RetWall"},
-      {Pathway, "Pathway"}};
-  const auto found = kNames.find(kind);
-  return found != kNames.end() ? found->second : "Kind" + std::to_string(kind);
+  const char* name = gvk::element_type_name(static_cast<GradingElementType>(kind));
+  return *name ? name : "Kind" + std::to_string(kind);
 }
 
 // The shortest text that reads back as `value`.

@@ -37,4 +37,24 @@ long long hashGradingElementUid(const std::string& guid) {
   return uid;
 }
 
+const char* element_type_name(GradingElementType kind) {
+  switch (kind) {
+    case LowPoint: return "LowPoint";
+    case BoundedPoint: return "BoundedPoint";
+    case AlignedEdge: return "AlignedEdge";
+    case Offset: return "Offset";
+    case DrainLine: return "DrainLine";
+    case SurfaceZone: return "SurfaceZone";
+    case BendLine: return "BendLine";
+    case Unclassified: return "Unclassified";
+    case Curb: return "Curb";
+    case BuildingPad: return "BuildingPad";
+    case Pond: return "Pond";
+    case ParkingLot: return "ParkingLot";
+    case RetWall: return "RetWall";
+    case Pathway: return "Pathway";
+  }
+  return "";
+}
+
 }  // namespace gvk
