@@ -11,6 +11,7 @@
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
+#include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/poly_file.h>
 #include <gravok/providers.h>
@@ -248,24 +249,18 @@ int mesh_clean(const Options& o) {
   std::vector<gravok_triangle_info> info;
   source->get_eg_data(x, y, z, triangles, info);
   const std::size_t vertices = x.size();
-  const std::vector<Finding> unsafe = [&] {
-    Problem mesh_only;
-    mesh_only.mesh = gvk_json::Mesh{x, y, z, triangles, info};
-    mesh_only.mesh.triangle_info.resize(triangles.size());
-    std::vector<Finding> found;
-    for (const Finding& f : inspect_problem(mesh_only, -1.0)) {
-      if (f.check == "index-out-of-range" || f.check == "missing-coordinates") {
-        found.push_back(f);
-      }
+  // The mesh tools rely on valid indices and full coordinate arrays: the first two
+  // kinds of the mesh check, which it lists first.
+  bool unsafe = false;
+  for (const gvk::MeshFinding& f : gvk::check_mesh(x, y, z, triangles, -1.0)) {
+    if (f.kind != gvk::MeshFindingKind::MissingCoordinates &&
+        f.kind != gvk::MeshFindingKind::IndexOutOfRange) {
+      break;
     }
-    return found;
-  }();
-  if (!unsafe.empty()) {
-    // The mesh tools rely on valid indices and full coordinate arrays.
-    for (const Finding& f : unsafe)
-      std::cerr << "gravok: " << f.where << ": " << f.what << "\n";
-    return kFailed;
+    std::cerr << "gravok: " << gvk::mesh_finding_message(f) << "\n";
+    unsafe = true;
   }
+  if (unsafe) return kFailed;
   {
     GRAVOK_LOG_TIMING(L"mesh clean took ");
     gvk::reindex_mesh(x, y, z, triangles, o.tolerance);

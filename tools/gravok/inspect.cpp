@@ -221,9 +221,9 @@ class Checker {
     check("epsilon", !(m_p.epsilon >= 0) || !std::isfinite(m_p.epsilon),
           "epsilon " + number(m_p.epsilon) + " is not a finite value from zero up");
     check("unit-factors",
-          m_p.linear_unit.conversions.size() != 9 ||
-              m_p.area_unit.conversions.size() != 9 ||
-              m_p.volume_unit.conversions.size() != 9,
+          m_p.linear_unit.conversions.size() != gvk::kKnownUnitTypes ||
+              m_p.area_unit.conversions.size() != gvk::kKnownUnitTypes ||
+              m_p.volume_unit.conversions.size() != gvk::kKnownUnitTypes,
           "a unit does not carry one conversion factor per known unit type");
     check("surface-names", m_p.surface_ids.size() != m_p.surface_names.size(),
           std::to_string(m_p.surface_ids.size()) + " surface ids but " +
