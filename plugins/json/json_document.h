@@ -48,8 +48,8 @@ bool read_document(std::string_view text, Problem& problem, std::string& error);
 bool read_file(const std::string& path, Problem& problem, std::string& error);
 
 // Frees the buffers that read_document and read_file keep on the calling thread
-// between reads: the parser's and a copy of the text, together about four times the
-// largest document the thread has read. They are freed at the thread's end anyway;
+// between reads: the parser's and a copy of the text, together about fifteen times
+// the largest document the thread has read. They are freed at the thread's end anyway;
 // the next read on the thread allocates them again.
 void release_read_buffers();
 

@@ -114,13 +114,23 @@ class SyntaxScan {
       if (!digits()) return false;
       fraction = true;
     }
-    if (!fraction) return true;  // integers beyond 64 bits are read as doubles too
-    double parsed;
-    if (std::from_chars(m_text.data() + start, m_text.data() + m_at, parsed).ec ==
-        std::errc())
-      return true;
-    m_at = start;  // beyond the range of a double
-    return false;
+    // The parser refuses integers beyond 64 bits (below -2^63, above 2^64 - 1) and
+    // numbers beyond the range of a double.
+    const char* first = m_text.data() + start;
+    const char* last = m_text.data() + m_at;
+    bool fits;
+    if (fraction) {
+      double parsed;
+      fits = std::from_chars(first, last, parsed).ec == std::errc();
+    } else if (*first == '-') {
+      long long parsed;
+      fits = std::from_chars(first, last, parsed).ec == std::errc();
+    } else {
+      unsigned long long parsed;
+      fits = std::from_chars(first, last, parsed).ec == std::errc();
+    }
+    if (!fits) m_at = start;
+    return fits;
   }
 
   std::string_view m_text;

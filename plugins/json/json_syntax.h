@@ -11,7 +11,9 @@ namespace gvk_json {
 
 // "line L, column C" of the first byte at which `text` stops being one JSON value
 // nested at most `max_depth` deep (the end of the text for a truncated one), with
-// numbers that do not fit a double counted as faults; empty when no such byte is
+// numbers that do not fit a double and integers that fit neither a signed nor an
+// unsigned 64-bit integer counted as faults, as the parser counts them; empty when
+// no such byte is
 // found (for instance when the fault is malformed UTF-8). Lines and columns count
 // from 1, columns in bytes.
 std::string syntax_error_place(std::string_view text, std::size_t max_depth);

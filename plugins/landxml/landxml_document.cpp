@@ -77,6 +77,18 @@ std::int32_t unit_type(const char* name, int power) {
 
 bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
+// Text of the file as a message quotes it: the first 64 bytes (not cutting a UTF-8
+// sequence) and "..." when there is more, so that a name or a list of megabytes makes
+// a message of one short line.
+std::string excerpt(const char* text) {
+  constexpr std::size_t kMost = 64;
+  const std::size_t size = std::strlen(text);
+  if (size <= kMost) return text;
+  std::size_t cut = kMost;
+  while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+  return std::string(text, cut) + "...";
+}
+
 // The element's name without a namespace prefix.
 const char* local_name(const pugi::xml_node& node) {
   const char* name = node.name();
@@ -121,8 +133,8 @@ bool read_numbers(const char* text, std::vector<double>& out) {
 }
 
 // Reads up to `capacity` integers of a white-space separated list into `out` and
-// returns how many the text holds, or -1 when an item is not an integer. Items past
-// `capacity` are counted, not stored.
+// returns how many the text holds: capacity + 1 as soon as it holds more, -1 when an
+// item before that is not an integer.
 int read_integers(const char* text, long long* out, int capacity) {
   const char* end = text + std::strlen(text);
   int count = 0;
@@ -132,8 +144,8 @@ int read_integers(const char* text, long long* out, int capacity) {
     long long value = 0;
     const auto [next, ec] = std::from_chars(p, end, value);
     if (ec != std::errc() || (next != end && !is_space(*next))) return -1;
-    if (count < capacity) out[count] = value;
-    ++count;
+    if (count == capacity) return capacity + 1;
+    out[count++] = value;
     p = next;
   }
 }
@@ -200,13 +212,24 @@ struct Context {
   const std::string& where;
   std::string& error;
   std::vector<std::string>& warnings;
+  // The line of byte `counted`: counting goes on from there when the next offset asked
+  // for lies further on, so messages in document order (the warnings of a file of
+  // many surfaces) count each byte once, not once per message.
+  std::size_t counted = 0;
+  long line = 1;
 
-  long line_at(std::ptrdiff_t offset) const {
+  long line_at(std::ptrdiff_t offset) {
     if (offset < 0) return 0;
     const std::size_t end = std::min(static_cast<std::size_t>(offset), size);
-    return 1 + static_cast<long>(std::count(text, text + end, '\n'));
+    if (end < counted) {
+      counted = 0;
+      line = 1;
+    }
+    line += static_cast<long>(std::count(text + counted, text + end, '\n'));
+    counted = end;
+    return line;
   }
-  std::string at(const pugi::xml_node& node) const {
+  std::string at(const pugi::xml_node& node) {
     return where + ":" + std::to_string(line_at(node.offset_debug())) + ": ";
   }
   bool fail(const pugi::xml_node& node, const std::string& message) {
@@ -219,7 +242,7 @@ struct Context {
 };
 
 std::string point_tag(const pugi::xml_node& p) {
-  return std::string("<P id=\"") + p.attribute("id").value() + "\">";
+  return "<P id=\"" + excerpt(p.attribute("id").value()) + "\">";
 }
 
 // Reads the <P> entries of <Pnts> into the surface and their ids into `ids`.
@@ -271,7 +294,7 @@ bool read_faces(Context& context, const pugi::xml_node& faces, const PointIndex&
     const int count = read_integers(f.child_value(), ids, 3);
     if (count != 3) {
       return context.fail(
-          f, "<F>: expected 3 point ids, found \"" + std::string(f.child_value()) + "\"");
+          f, "<F>: expected 3 point ids, found \"" + excerpt(f.child_value()) + "\"");
     }
     gvk::Triangle triangle{};
     for (int k = 0; k < 3; ++k) {
@@ -316,7 +339,7 @@ bool read_point_list(Context& context, const pugi::xml_node& node,
   if (!list && (list = child(node, "PntList2D"))) dimension = 2;
   if (!list) return true;
   if (!read_numbers(list.child_value(), numbers) || numbers.size() % dimension != 0) {
-    return context.fail(list, std::string("<") + list.name() + ">: expected a list of " +
+    return context.fail(list, "<" + excerpt(list.name()) + ">: expected a list of " +
                                   std::to_string(dimension) +
                                   " numbers per point (northing easting" +
                                   (dimension == 3 ? " elevation)" : ")"));
@@ -376,7 +399,7 @@ bool read_surface(Context& context, const pugi::xml_node& node, Document& docume
   const pugi::xml_node definition = child(node, "Definition");
   const char* type = definition.attribute("surfType").value();
   if (!definition || (*type && !equal_ignoring_case(type, "TIN"))) {
-    context.warn(node, std::string("<Surface name=\"") + node.attribute("name").value() +
+    context.warn(node, "<Surface name=\"" + excerpt(node.attribute("name").value()) +
                            "\"> has no TIN <Definition>: left out");
     return true;
   }
@@ -406,7 +429,7 @@ void read_units(Context& context, const pugi::xml_node& units, Units& out) {
     const std::int32_t type = unit_type(name, field.power);
     field.type = type < 0 ? gvk::kUnknownUnitType : type;
     if (type < 0 && *name) {
-      context.warn(system, std::string(field.attribute) + " \"" + name +
+      context.warn(system, std::string(field.attribute) + " \"" + excerpt(name) +
                                "\" is not a known unit: reported as unknown");
     }
   }
@@ -428,8 +451,8 @@ bool parse_document(std::vector<char>& text, const std::string& where, Document&
   }
   const pugi::xml_node root = xml.document_element();
   if (!is(root, "LandXML")) {
-    return context.fail(root, std::string("the root element is <") + root.name() +
-                                  ">, expected <LandXML>");
+    return context.fail(
+        root, "the root element is <" + excerpt(root.name()) + ">, expected <LandXML>");
   }
   for (pugi::xml_node node = root.first_child(); node; node = node.next_sibling()) {
     if (is(node, "Units")) read_units(context, node, document.units);

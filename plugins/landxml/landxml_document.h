@@ -75,7 +75,10 @@ struct Document {
 // a <PntList3D> of a break line whose count is not a multiple of three. `document`
 // is then unspecified. Warnings (a unit name that is not known, reported as the
 // unknown unit; a break line of fewer than two points or without elevations, left
-// out; a non-TIN surface, left out) are appended to `warnings`.
+// out; a non-TIN surface, left out) are appended to `warnings`. Messages quote at
+// most 64 bytes of any name, id or list from the text. Entities other than XML's
+// five and character references are not expanded (a reference stays as its text),
+// and nothing outside `text` is read: no DTD, external entity or inclusion.
 bool parse_document(std::vector<char>& text, const std::string& where, Document& document,
                     std::string& error, std::vector<std::string>& warnings);
 
