@@ -81,8 +81,7 @@ string(TIMESTAMP gravok_deb_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE ${gravok_deb_dir}/changelog.Debian
 "${PROJECT_NAME} (${gravok_deb_version}) unstable; urgency=medium
 
-  * Release ${PROJECT_VERSION}; /usr/share/doc/<package>/changelog.gz lists what
-    it holds.
+  * Release ${PROJECT_VERSION}. What it holds: changelog.gz beside this file.
 
  -- ${GRAVOK_DEB_MAINTAINER}  ${gravok_deb_date}
 ")
@@ -184,6 +183,12 @@ if(TARGET gravok_python)
   set(gravok_py ${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR})
   math(EXPR gravok_py_next "${Python3_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  # Byte-compiled on installation and cleaned before removal (the scripts must be
+  # named postinst and prerm inside the package).
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/python-postinst ${gravok_deb_dir}/python/postinst COPYONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/python-prerm ${gravok_deb_dir}/python/prerm COPYONLY)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${gravok_deb_dir}/python/postinst
+      ${gravok_deb_dir}/python/prerm)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
       "${gravok_deb_runtime}, python3 (>= ${gravok_py}), python3 (<< ${Python3_VERSION_MAJOR}.${gravok_py_next}), python3-numpy")
   set(CPACK_DEBIAN_PYTHON_DESCRIPTION "exchange of terrain-grading problems - Python 3 module

@@ -32,6 +32,12 @@ install(FILES
 set(GRAVOK_PC_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH GRAVOK_PC_TO_PREFIX /root/${GRAVOK_PC_DIR} /root)
 string(REGEX REPLACE "/$" "" GRAVOK_PC_TO_PREFIX "${GRAVOK_PC_TO_PREFIX}")
+set(GRAVOK_PC_PREFIX "\${pcfiledir}/${GRAVOK_PC_TO_PREFIX}")
+# Installed into /usr (the Debian packages), the prefix is written as it is, so that
+# pkg-config leaves out the system's -I/usr/include and -L, as for every system package.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(GRAVOK_PC_PREFIX /usr)
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/gravok-data.pc.in
                ${PROJECT_BINARY_DIR}/gravok-data.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/gravok-data.pc DESTINATION ${GRAVOK_PC_DIR}
