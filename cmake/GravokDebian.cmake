@@ -21,14 +21,11 @@ if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
                       "-DCMAKE_INSTALL_PREFIX=/usr (the package preset does)")
 endif()
 find_program(GRAVOK_GZIP gzip REQUIRED)
-find_program(GRAVOK_DPKG dpkg REQUIRED)
 
 set(GRAVOK_DEB_REVISION 1 CACHE STRING "Debian revision of the packages (the -1 of 1.0.0-1)")
 set(GRAVOK_DEB_MAINTAINER "gravok-data developers <maintainers@gravok-data.invalid>"
     CACHE STRING "Maintainer field of the Debian packages: name <address>")
 set(gravok_deb_version ${PROJECT_VERSION}-${GRAVOK_DEB_REVISION})
-execute_process(COMMAND ${GRAVOK_DPKG} --print-architecture
-                OUTPUT_VARIABLE gravok_deb_arch OUTPUT_STRIP_TRAILING_WHITESPACE)
 
 # Component -> package name; only the components this build installs are packaged.
 set(gravok_deb_components Runtime Development)
@@ -47,21 +44,17 @@ endif()
 # under the terms of LICENSE, whose text becomes the licence paragraph (blank lines
 # as " .", every line indented by one space) and whose Copyright line the header.
 set(gravok_deb_dir ${PROJECT_BINARY_DIR}/debian)
-file(STRINGS ${PROJECT_SOURCE_DIR}/LICENSE gravok_license_lines)
-set(gravok_license_text "")
-set(gravok_copyright "")
-foreach(line IN LISTS gravok_license_lines)
-  if(NOT gravok_copyright AND line MATCHES "^Copyright (.+)$")
-    set(gravok_copyright "${CMAKE_MATCH_1}")
-  endif()
-  if(line STREQUAL "")
-    set(line ".")
-  endif()
-  string(APPEND gravok_license_text "\n ${line}")
-endforeach()
-if(NOT gravok_copyright)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/LICENSE)
+file(READ ${PROJECT_SOURCE_DIR}/LICENSE gravok_license_text)
+if(NOT gravok_license_text MATCHES "(^|\n)Copyright ([^\n]+)")
   message(FATAL_ERROR "LICENSE has no line starting with \"Copyright \"")
 endif()
+set(gravok_copyright "${CMAKE_MATCH_2}")
+string(STRIP "${gravok_license_text}" gravok_license_text)
+string(REPLACE "\n" "\n " gravok_license_text "\n${gravok_license_text}")
+# Twice, for blank lines that follow each other.
+string(REGEX REPLACE "\n [ \t]*\n" "\n .\n" gravok_license_text "${gravok_license_text}")
+string(REGEX REPLACE "\n [ \t]*\n" "\n .\n" gravok_license_text "${gravok_license_text}")
 file(WRITE ${gravok_deb_dir}/copyright
 "Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/
 Upstream-Name: ${PROJECT_NAME}
