@@ -291,10 +291,8 @@ class PyStore : public PySource<gvk::DataStore> {
                    const std::vector<gravok_triangle_info>& info) override {
     GRAVOK_PY_LOOKUP("set_eg_data");
     if (!override_) return;
-    override_(to_array(std::vector<double>(x)), to_array(std::vector<double>(y)),
-              to_array(std::vector<double>(z)),
-              to_array(std::vector<gvk::Triangle>(triangles)),
-              to_array(std::vector<gravok_triangle_info>(info)));
+    override_(copy_to_array(x), copy_to_array(y), copy_to_array(z),
+              copy_to_array(triangles), copy_to_array(info));
   }
   GRAVOK_PY_SETTER(set_break_lines, (const std::vector<gravok_line_3d>& lines),
                    py::cast(lines))

@@ -63,3 +63,27 @@ if(NOT TOOLCHAIN_FILE AND NOT CMAKE_HOST_WIN32)
   run(${WORK_DIR}/pkg-config-consumer)
   message("through pkg-config: ${last_output}")
 endif()
+
+# 3. The installed tool and Python package, where the build has them, from the moved
+# prefix: each finds the library in it through its relative run path.
+if(NOT TOOLCHAIN_FILE AND NOT CMAKE_HOST_WIN32)
+  if(EXISTS ${prefix}/bin/gravok)
+    run(${prefix}/bin/gravok providers)
+    message("installed gravok: ${last_output}")
+  endif()
+  file(GLOB_RECURSE python_packages ${prefix}/__init__.py)
+  list(FILTER python_packages INCLUDE REGEX "/gravok/__init__.py$")
+  if(python_packages)
+    list(GET python_packages 0 package)
+    get_filename_component(site ${package} DIRECTORY)
+    get_filename_component(site ${site} DIRECTORY)
+    find_program(PYTHON NAMES python3 PATHS /usr/bin NO_DEFAULT_PATH)
+    # -s: a package in the user's site-packages must not stand in for this one. (No
+    # semicolons in the code: run() would split it into arguments.)
+    run(${CMAKE_COMMAND} -E env PYTHONPATH=${site} PYTHONDONTWRITEBYTECODE=1 ${PYTHON} -s -c
+        "import gravok
+assert gravok.__file__.startswith('${site}'), gravok.__file__
+print(gravok.__file__, len(gravok.allElementTypes()), 'kinds')")
+    message("installed Python package: ${last_output}")
+  endif()
+endif()
