@@ -135,5 +135,5 @@ for n, o in vars(g).items():
         out.append(f"{n}: {type(o).__name__}")
     elif hasattr(type(o), "__members__"):
         out.append(f"{n}: {type(o).__name__}")
-out += ["", "LinearUnit = Unit1", "AreaUnit = Unit2", "VolumeUnit = Unit3", ""]
+out += ["", "LinearUnit = Unit1", "AreaUnit = Unit2", "VolumeUnit = Unit3", "__version__: str", ""]
 print("\n".join(out))

@@ -8,6 +8,7 @@ exchange records, units, mesh tools on NumPy arrays and logging. See docs/python
 
 from ._gravok import *  # noqa: F401,F403
 from ._gravok import __doc__ as _extension_doc  # noqa: F401
+from ._gravok import __version__  # noqa: F401
 
 LinearUnit = Unit1  # noqa: F405
 AreaUnit = Unit2  # noqa: F405

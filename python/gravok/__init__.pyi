@@ -518,4 +518,5 @@ def from_utf8(data: bytes) -> str:
 LinearUnit = Unit1
 AreaUnit = Unit2
 VolumeUnit = Unit3
+__version__: str
 

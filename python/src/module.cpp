@@ -5,6 +5,7 @@ PYBIND11_MODULE(_gravok, m) {
   m.doc() =
       "gravok: terrain-grading problems, their sources and stores, plug-ins and mesh "
       "tools, with NumPy arrays for meshes.";
+  m.attr("__version__") = GRAVOK_PYTHON_VERSION;
   gravok_python::bind_records(m);
   gravok_python::bind_units(m);
   gravok_python::bind_data(m);

@@ -34,3 +34,9 @@ def test_stubs_name_every_public_name():
               for t in (node.targets if isinstance(node, ast.Assign) else [node.target])}
     public = {name for name in vars(extension) if not name.startswith("_")}
     assert public <= named, "python/make_stubs.py writes the stubs again"
+
+
+def test_version_is_the_projects():
+    cmake = (SOURCE_DIR / "CMakeLists.txt").read_text()
+    version = re.search(r"project\(gravok-data VERSION (\S+)", cmake).group(1)
+    assert gravok.__version__ == version

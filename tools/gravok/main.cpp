@@ -7,6 +7,7 @@
 // or plug-in cannot be opened.
 #include "builtin_providers.h"
 #include "commands.h"
+#include "gravok_version.h"
 
 #include <gravok/log.h>
 #include <gravok/plugin.h>
@@ -60,6 +61,10 @@ int main(int argc, char** argv) {
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   app.add_flag("--verbose", verbose, "log to the console at debug level");
+  app.set_version_flag("--version",
+                       "gravok " GRAVOK_TOOL_VERSION
+                       " (gravok-data " GRAVOK_TOOL_LIBRARY_VERSION ")",
+                       "print the version and exit");
 
   CLI::App* providers = app.add_subcommand("providers", "list every registered provider");
 
@@ -122,6 +127,8 @@ int main(int argc, char** argv) {
   } catch (const CLI::CallForHelp& e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     app.exit(e);

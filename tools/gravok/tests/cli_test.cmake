@@ -41,6 +41,13 @@ expect(2 "gravok_plugin_register" inspect ${d}/square.node --plugin ${BARE_MODUL
 expect(2 "gravok_plugin_register" --plugin ${BARE_MODULE} inspect ${d}/square.node)
 expect(2 "nonexistent-module" inspect ${d}/square.node --plugin ${d}/nonexistent-module.so)
 expect(2 "required" inspect)
+
+# --version prints the project's version, as the top-level CMakeLists.txt gives it.
+file(STRINGS ${DATA_DIR}/../../CMakeLists.txt project_line
+     REGEX "^project\\(gravok-data VERSION [0-9.]+")
+string(REGEX MATCH "[0-9]+\\.[0-9]+\\.[0-9]+" version "${project_line}")
+string(REPLACE "." "\\." version "${version}")
+expect(0 "^gravok ${version} \\(gravok-data ${version}\\)\n$" --version)
 expect(0 "gravok.node-ele \\(source\\)" providers)
 expect(1 "vertex 4: welds into vertex 0" inspect ${d}/twice.node)
 expect(0 "5 vertices: 1 welded, 0 unused, 4 kept; 2 triangles" mesh clean ${d}/twice.node -o ${d}/clean --tolerance 0)
