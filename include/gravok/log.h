@@ -9,8 +9,8 @@
 /// Thread rules. The handler list, the next handler id and the minimum level carry no
 /// lock: register and unregister handlers before the threads that log start and after
 /// they stop, never while Add runs, and never from inside a handler. While the list is
-/// left alone, any number of threads may call Add and DoAdd at once; each handler is
-/// then called concurrently from those threads and protects its own state (the
+/// left alone, any number of threads may call Add, DoAdd and DoAddInline at once; each
+/// handler is then called concurrently from those threads and protects its own state (the
 /// console logger takes its own lock).
 ///
 /// The cheap way to log is through the macros at the end of this header:
