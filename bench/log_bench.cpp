@@ -1,10 +1,13 @@
-// The cost of logging statements: one whose level no handler wants, and the
-// dispatch of Add to one handler that does nothing.
+// The cost of logging statements: one whose level no handler wants, tested inline
+// (as the macros do) or by the exported call, and the dispatch of Add to one handler
+// that does nothing.
 #include <gravok/log.h>
 
 #include <benchmark/benchmark.h>
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -33,6 +36,52 @@ void BM_DoAdd(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(Log::DoAdd(Log::debug));
 }
 BENCHMARK(BM_DoAdd);
+
+void BM_DoAddInline(benchmark::State& state) {
+  ensure_handler();
+  for (auto _ : state) benchmark::DoNotOptimize(Log::DoAddInline(Log::debug));
+}
+BENCHMARK(BM_DoAddInline);
+
+// A hot loop that sums an array with a disabled statement in its body: tested inline
+// as the macros do, tested by the exported call as the macros did before, or no
+// statement at all (arg: elements). The statement logs the element, not the sum: an
+// operand of an insertion is taken by reference, and the sum would then go through
+// memory in every iteration whatever the test costs.
+enum Statement { kNone, kInlineTest, kCalledTest };
+
+template <class T, Statement kStatement>
+T sum_with(const T* values, std::size_t count) {
+  T sum = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    sum += values[i];
+    if constexpr (kStatement == kInlineTest) {
+      GRAVOK_LOG_DEBUG << L"adding " << values[i];
+    } else if constexpr (kStatement == kCalledTest) {
+      if (Log::DoAdd(Log::debug)) {
+        gvk::LogStream(Log::debug, __FILE__, __LINE__, __func__).stream()
+            << L"adding " << values[i];
+      }
+    }
+  }
+  return sum;
+}
+
+template <class T, Statement kStatement>
+void BM_SumLoop(benchmark::State& state) {
+  ensure_handler();
+  const std::vector<T> values(static_cast<std::size_t>(state.range(0)), T(3));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(sum_with<T, kStatement>(values.data(), values.size()));
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK_TEMPLATE(BM_SumLoop, double, kNone)->Arg(1000);
+BENCHMARK_TEMPLATE(BM_SumLoop, double, kInlineTest)->Arg(1000);
+BENCHMARK_TEMPLATE(BM_SumLoop, double, kCalledTest)->Arg(1000);
+BENCHMARK_TEMPLATE(BM_SumLoop, long long, kNone)->Arg(1000);
+BENCHMARK_TEMPLATE(BM_SumLoop, long long, kInlineTest)->Arg(1000);
+BENCHMARK_TEMPLATE(BM_SumLoop, long long, kCalledTest)->Arg(1000);
 
 // Add with one handler that does nothing; the message is built in each iteration
 // (arg: its length in units; 3 and fewer fit the string's inline buffer here).

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -138,6 +139,37 @@ TEST(Log, MinimumStartsAtFatalAndIdsCountUpEvenForARefusedHandler) {
     EXPECT_EQ(Log::RegisterConsoleLogger(Log::fatal), 4u);
     Log::Add(Log::info, L"x", nullptr, 0, nullptr);
     EXPECT_EQ(handlers_called(), L"BC");
+  });
+}
+
+// The inline test reads the exported minimum level in the caller's code; after every
+// step of a sequence of registrations and removals it must answer as DoAdd does for
+// every level, the ones outside 0-6 included.
+TEST(Log, InlineTestAgreesWithDoAddThroughRegistrationsAndRemovals) {
+  expect_in_child([] {
+    struct Step {
+      char action;  // 'r' registers a recorder, 'n' an empty function, 'u' unregisters
+      int value;    // the level registered at, or the id unregistered
+      int minimum;  // the minimum level afterwards
+    };
+    const Step steps[] = {{' ', 0, Log::fatal}, {'n', -1, 6},         {'r', Log::warn, 4},
+                          {'r', Log::error, 4}, {'r', Log::info, 3},  {'u', 3, 3},
+                          {'u', 99, 3},         {'r', Log::trace, 0}, {'u', 4, 0},
+                          {'r', 8, 0},          {'r', -3, -3},        {'u', 6, -3}};
+    const int probes[] = {INT32_MIN, -4, -3, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, INT32_MAX};
+    for (const Step& step : steps) {
+      SCOPED_TRACE(std::string(1, step.action) + " " + std::to_string(step.value));
+      const auto level = static_cast<Log::Level>(step.value);
+      if (step.action == 'r') Log::RegisterHandler(recorder(L'A'), level);
+      if (step.action == 'n') Log::RegisterHandler(nullptr, level);
+      if (step.action == 'u') Log::UnregisterCallback(static_cast<unsigned>(step.value));
+      EXPECT_EQ(gvk::log_minimum_level.load(), step.minimum);
+      for (int probe : probes) {
+        const auto probed = static_cast<Log::Level>(probe);
+        EXPECT_EQ(Log::DoAddInline(probed), Log::DoAdd(probed)) << probe;
+        EXPECT_EQ(Log::DoAdd(probed), probe >= step.minimum) << probe;
+      }
+    }
   });
 }
 

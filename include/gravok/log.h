@@ -9,8 +9,8 @@
 /// Thread rules. The handler list, the next handler id and the minimum level carry no
 /// lock: register and unregister handlers before the threads that log start and after
 /// they stop, never while Add runs, and never from inside a handler. While the list is
-/// left alone, any number of threads may call Add and DoAdd at once; each handler is
-/// then called concurrently from those threads and protects its own state (the
+/// left alone, any number of threads may call Add, DoAdd and DoAddInline at once; each
+/// handler is then called concurrently from those threads and protects its own state (the
 /// console logger takes its own lock).
 ///
 /// The cheap way to log is through the macros at the end of this header:
@@ -18,14 +18,16 @@
 ///     GRAVOK_LOG(gvk::Log::info) << L"loaded " << count << " elements from " << path;
 ///     GRAVOK_LOG_WARN << "caf\xC3\xA9";  // narrow text is taken as UTF-8
 ///
-/// They test Log::DoAdd before anything is formatted: a statement whose level no
-/// handler wants costs one call and one integer comparison, and its operands are not
+/// They test the level before anything is formatted, with Log::DoAddInline: a
+/// statement whose level no handler wants costs one load and one integer comparison
+/// in the caller's own code, no call into the library, and its operands are not
 /// evaluated at all.
 #ifndef GRAVOK_LOG_H
 #define GRAVOK_LOG_H
 
 #include <gravok/export.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <ostream>
@@ -35,6 +37,14 @@
 #include <type_traits>
 
 namespace gvk {
+
+/// The minimum level that Log::DoAdd compares against: the lowest level any handler
+/// was ever registered with, or Log::fatal (6) while none was. Only RegisterHandler
+/// writes it, and only lowers it; hosts and plug-ins read it, through
+/// Log::DoAddInline, and never write it. It is exported so that the test of a level
+/// is inlined into the caller; each load is relaxed, since it changes only while no
+/// thread logs.
+extern GRAVOK_API std::atomic<std::int32_t> log_minimum_level;
 
 /// The process-wide log: levels, handlers and the entry point of every logging statement.
 class GRAVOK_API Log {
@@ -95,6 +105,13 @@ class GRAVOK_API Log {
   /// ever registered with, or fatal while none was. A single integer comparison; test
   /// it before formatting a message.
   static bool DoAdd(Level level);
+
+  /// The same answer as DoAdd, computed in the caller's code from log_minimum_level
+  /// without a call into the library: the test for a logging statement in a hot loop.
+  /// It follows the same thread rules as DoAdd.
+  static bool DoAddInline(Level level) {
+    return level >= log_minimum_level.load(std::memory_order_relaxed);
+  }
 
   /// The name of `level` ("trace", "debug", "timing", "info", "warn", "error",
   /// "fatal"), or "unknown" for any other value. The string is static.
@@ -249,13 +266,13 @@ struct GRAVOK_API LogStream : std::wostringstream {
 }  // namespace gvk
 
 /// Logs at `level` (an expression of type gvk::Log::Level, evaluated once) when
-/// Log::DoAdd(level) is true; otherwise nothing after the macro is evaluated. Follow
-/// it with insertions: GRAVOK_LOG(gvk::Log::info) << L"text " << value; the entry
+/// Log::DoAddInline(level) is true; otherwise nothing after the macro is evaluated.
+/// Follow it with insertions: GRAVOK_LOG(gvk::Log::info) << L"text " << value; the entry
 /// carries this file, line and function. The macro is one statement and is safe as
 /// the body of an if without braces.
 #define GRAVOK_LOG(level)                                  \
   if (const ::gvk::Log::Level gravok_log_level_ = (level); \
-      !::gvk::Log::DoAdd(gravok_log_level_)) {             \
+      !::gvk::Log::DoAddInline(gravok_log_level_)) {       \
   } else                                                   \
     ::gvk::LogStream(gravok_log_level_, __FILE__, __LINE__, __func__).stream()
 

@@ -4,6 +4,7 @@
 #include "platform.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <ctime>
 #include <utility>
@@ -24,11 +25,17 @@ std::vector<HandlerRecord>& handler_list() {
   return handlers;
 }
 
-// Plain process-wide values: changed only while no other thread logs.
+// A plain process-wide value: changed only while no other thread logs.
 unsigned long long next_handler_id = 0;
-std::int32_t minimum_level = Log::fatal;
+
+// Hosts read the minimum level inline in every logging statement: a lock-free atomic
+// with constant initialisation, so that it holds fatal before any code runs.
+static_assert(std::atomic<std::int32_t>::is_always_lock_free,
+              "the minimum level is read without a lock");
 
 }  // namespace
+
+std::atomic<std::int32_t> log_minimum_level{Log::fatal};
 
 std::wstring Log::Entry::defaultFormat() const { return message; }
 
@@ -37,7 +44,9 @@ unsigned long long Log::RegisterHandler(std::function<void(const Entry&)> handle
   const unsigned long long id = next_handler_id++;
   if (!handler) return id;
   handler_list().push_back(HandlerRecord{id, std::move(handler), level});
-  minimum_level = std::min<std::int32_t>(minimum_level, level);
+  if (level < log_minimum_level.load(std::memory_order_relaxed)) {
+    log_minimum_level.store(level, std::memory_order_relaxed);
+  }
   return id;
 }
 
@@ -63,7 +72,9 @@ void Log::Add(Level level, std::wstring message, const char* file,
   }
 }
 
-bool Log::DoAdd(Level level) { return level >= minimum_level; }
+bool Log::DoAdd(Level level) {
+  return level >= log_minimum_level.load(std::memory_order_relaxed);
+}
 
 const wchar_t* Log::LevelString(Level level) {
   static const wchar_t* const kNames[] = {L"trace", L"debug", L"timing", L"info",

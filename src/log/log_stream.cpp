@@ -46,7 +46,7 @@ LogTiming::LogTiming(const char* message, const char* file, int line,
 LogTiming::LogTiming(const LogTiming& other) = default;
 
 LogTiming::~LogTiming() {
-  if (!Log::DoAdd(Log::timing)) return;
+  if (!Log::DoAddInline(Log::timing)) return;
   const long long elapsed_ms = (now_in_ticks() - start) / 10000;
   Log::Add(Log::timing, message + std::to_wstring(elapsed_ms) + L" ms", file, line,
            function);

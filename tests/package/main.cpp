@@ -114,7 +114,17 @@ int main() {
       "%d bulk operation\n",
       low[0], low[1], project.kinds, project.max_slope, project.closed());
 
+  // A logging statement tests its level in the host's own code against the minimum
+  // level the library exports: below a handler at info, debug is not even formatted.
+  int logged = 0;
+  gvk::Log::RegisterHandler([&logged](const gvk::Log::Entry&) { ++logged; },
+                            gvk::Log::info);
+  GRAVOK_LOG_DEBUG << "not formatted";
+  GRAVOK_LOG_INFO << "copied " << x.size() << " vertices";
+  const bool logs_inline = logged == 1 && !gvk::Log::DoAddInline(gvk::Log::debug);
+
   const bool same_place = std::fabs(project.x[0] + project.origin[0] - x[0]) < 1e-6 &&
                           std::fabs(project.y[0] + project.origin[1] - y[0]) < 1e-6;
-  return same_place && project.kinds == 13 && project.closed() == 1 ? 0 : 1;
+  const bool copied = same_place && project.kinds == 13 && project.closed() == 1;
+  return copied && logs_inline ? 0 : 1;
 }
