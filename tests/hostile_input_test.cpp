@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "counting_new.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -24,41 +26,9 @@
 
 namespace {
 
-std::atomic<std::size_t> g_live{0};
-std::atomic<std::size_t> g_peak{0};
-constexpr std::size_t kHeader = 16;  // keeps the block's size; keeps the alignment
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* block = std::malloc(size + kHeader);
-  if (block == nullptr) throw std::bad_alloc();
-  *static_cast<std::size_t*>(block) = size;
-  const std::size_t live = g_live += size;
-  std::size_t peak = g_peak.load();
-  while (live > peak && !g_peak.compare_exchange_weak(peak, live)) {
-  }
-  return static_cast<char*>(block) + kHeader;
-}
-void operator delete(void* p) noexcept {
-  if (p == nullptr) return;
-  void* block = static_cast<char*>(p) - kHeader;
-  g_live -= *static_cast<std::size_t*>(block);
-  std::free(block);
-}
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
-
-namespace {
-
 namespace fs = std::filesystem;
 
-// The most memory held at once while `work` runs, beyond what was held before.
-std::size_t peak_of(const std::function<void()>& work) {
-  const std::size_t before = g_live.load();
-  g_peak = before;
-  work();
-  return g_peak.load() - before;
-}
+using counting::peak_of;
 
 constexpr std::size_t kLineBuffer = std::size_t{1} << 16;  // the readers' first block
 constexpr std::size_t kSlack = std::size_t{1} << 20;

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "counting_new.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -20,57 +22,7 @@
 
 namespace {
 
-std::atomic<std::size_t> g_live{0};
-std::atomic<std::size_t> g_peak{0};
-constexpr std::size_t kHeader = 16;  // keeps the block's size; keeps the alignment
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  void* block = std::malloc(size + kHeader);
-  if (block == nullptr) throw std::bad_alloc();
-  *static_cast<std::size_t*>(block) = size;
-  const std::size_t live = g_live += size;
-  std::size_t peak = g_peak.load();
-  while (live > peak && !g_peak.compare_exchange_weak(peak, live)) {
-  }
-  return static_cast<char*>(block) + kHeader;
-}
-void operator delete(void* p) noexcept {
-  if (p == nullptr) return;
-  void* block = static_cast<char*>(p) - kHeader;
-  g_live -= *static_cast<std::size_t*>(block);
-  std::free(block);
-}
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
-// The other forms go through the two above: with a sanitizer, its runtime would serve
-// them otherwise (the parser allocates with nothrow new), and our delete would free
-// blocks it did not allocate.
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return operator new(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return operator new(size, std::nothrow);
-}
-void operator delete[](void* p) noexcept { operator delete(p); }
-void operator delete[](void* p, std::size_t) noexcept { operator delete(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { operator delete(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { operator delete(p); }
-
-namespace {
-
-// The most memory held at once while `work` runs, beyond what was held before.
-std::size_t peak_of(const std::function<void()>& work) {
-  const std::size_t before = g_live.load();
-  g_peak = before;
-  work();
-  return g_peak.load() - before;
-}
+using counting::peak_of;
 
 // The parser's tape, index and string buffer and its copy of the text take about 15
 // bytes per byte of text (14.7 measured, 64 MiB of text and less), and the problem

@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include "counting_new.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -21,68 +23,16 @@
 
 namespace {
 
-std::atomic<std::size_t> g_live{0};
-std::atomic<std::size_t> g_peak{0};
-constexpr std::size_t kHeader = 16;  // keeps the block's size; keeps the alignment
-
-void* counted_malloc(std::size_t size) {
-  void* block = std::malloc(size + kHeader);
-  if (block == nullptr) return nullptr;
-  *static_cast<std::size_t*>(block) = size;
-  const std::size_t live = g_live += size;
-  std::size_t peak = g_peak.load();
-  while (live > peak && !g_peak.compare_exchange_weak(peak, live)) {
-  }
-  return static_cast<char*>(block) + kHeader;
-}
-
-void counted_free(void* p) {
-  if (p == nullptr) return;
-  void* block = static_cast<char*>(p) - kHeader;
-  g_live -= *static_cast<std::size_t*>(block);
-  std::free(block);
-}
-
 // Set before main, so before the parser allocates anything.
-const bool kParserCounted =
-    (pugi::set_memory_management_functions(counted_malloc, counted_free), true);
+const bool kParserCounted = (pugi::set_memory_management_functions(
+                                 counting::counted_malloc, counting::counted_free),
+                             true);
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-  if (void* p = counted_malloc(size)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { counted_free(p); }
-void operator delete(void* p, std::size_t) noexcept { counted_free(p); }
-// The other forms go through the two above: with a sanitizer, its runtime would serve
-// them otherwise (the standard library uses nothrow new in places), and our delete
-// would free blocks it did not allocate.
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  try {
-    return operator new(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return operator new(size, std::nothrow);
-}
-void operator delete[](void* p) noexcept { operator delete(p); }
-void operator delete[](void* p, std::size_t) noexcept { operator delete(p); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { operator delete(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { operator delete(p); }
-
 namespace {
 
-// The most memory held at once while `work` runs, beyond what was held before.
-std::size_t peak_of(const std::function<void()>& work) {
-  const std::size_t before = g_live.load();
-  g_peak = before;
-  work();
-  return g_peak.load() - before;
-}
+using counting::peak_of;
 
 // The text (1 byte per byte), the parser's nodes (64 bytes for an element of 4 bytes
 // such as <a/>, 16 per byte), what the reader makes of them and the messages: 24
