@@ -28,10 +28,6 @@ const bool kParserCounted = (pugi::set_memory_management_functions(
                                  counting::counted_malloc, counting::counted_free),
                              true);
 
-}  // namespace
-
-namespace {
-
 using counting::peak_of;
 
 // The text (1 byte per byte), the parser's nodes (64 bytes for an element of 4 bytes
