@@ -6,6 +6,8 @@
 #if defined(__linux__)
 #include <link.h>
 #endif
+#include <grp.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -34,6 +36,45 @@ std::string octal_mode(mode_t mode) {
   return text;
 }
 
+// Calls `lookup` (a getpwuid_r or getgrgid_r) with a buffer that grows until the
+// entry fits, up to 1 MiB; true when the entry was found.
+template <class Lookup>
+bool look_up(std::vector<char>& buffer, Lookup lookup) {
+  buffer.resize(4096);
+  for (;;) {
+    const int error = lookup(buffer.data(), buffer.size());
+    if (error != ERANGE) return error == 0;
+    if (buffer.size() >= (1u << 20)) return false;
+    buffer.resize(buffer.size() * 2);
+  }
+}
+
+// Whether group `gid` is the private group of user `uid`, as systems that give each
+// user a group of their own make it: the user's primary group, bearing the user's
+// name, with no other member. Writing by such a group is writing by the user alone.
+bool is_private_group(uid_t uid, gid_t gid) {
+  std::vector<char> user_buffer, group_buffer;
+  passwd user_entry{};
+  passwd* user = nullptr;
+  group group_entry{};
+  group* found = nullptr;
+  if (!look_up(user_buffer,
+               [&](char* b, std::size_t n) {
+                 return getpwuid_r(uid, &user_entry, b, n, &user);
+               }) ||
+      !user || user->pw_gid != gid)
+    return false;
+  if (!look_up(group_buffer,
+               [&](char* b, std::size_t n) {
+                 return getgrgid_r(gid, &group_entry, b, n, &found);
+               }) ||
+      !found || std::strcmp(found->gr_name, user->pw_name) != 0)
+    return false;
+  for (char** member = found->gr_mem; member && *member; ++member)
+    if (std::strcmp(*member, user->pw_name) != 0) return false;
+  return true;
+}
+
 // Why the file or folder `path` with status `status` may be changed by a user other
 // than root and `me`; empty when it may not. A folder with the sticky bit may be
 // writable by others when `sticky_allowed` (they can add entries, not replace ours).
@@ -42,7 +83,9 @@ std::string status_fault(const std::string& path, const struct stat& status, uid
   if (status.st_uid != 0 && status.st_uid != me)
     return "'" + path + "' belongs to user " + std::to_string(status.st_uid) +
            ", who is neither root nor the user running this program";
-  const mode_t writable = status.st_mode & (S_IWGRP | S_IWOTH);
+  mode_t writable = status.st_mode & (S_IWGRP | S_IWOTH);
+  if ((writable & S_IWGRP) && is_private_group(status.st_uid, status.st_gid))
+    writable &= ~S_IWGRP;
   if (!writable) return {};
   if (sticky_allowed && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX)) return {};
   return "'" + path + "' may be written by " +

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #if !defined(_WIN32)
+#include <grp.h>
+#include <pwd.h>
 #include <unistd.h>
 #endif
 
@@ -163,6 +165,32 @@ TEST(PluginFolder, RefusesWhatCannotBeAFolderOfModules) {
 }
 
 #if !defined(_WIN32)
+// Hands `path` to a group that other users may belong to (not this user's own private
+// group); false when this user may not.
+bool give_to_shared_group(const fs::path& path) {
+  const gid_t nogroup = 65534;
+  if (chown(path.c_str(), static_cast<uid_t>(-1), nogroup) == 0) return true;
+  gid_t groups[64];
+  const int count = getgroups(64, groups);
+  for (int i = 0; i < count; ++i) {
+    if (groups[i] != getegid() &&
+        chown(path.c_str(), static_cast<uid_t>(-1), groups[i]) == 0)
+      return true;
+  }
+  return false;
+}
+
+// Whether this user's primary group is a group of its own: named after the user,
+// with no other member.
+bool has_private_group() {
+  const passwd* user = getpwuid(geteuid());
+  const group* own = getgrgid(getegid());
+  if (!user || !own || std::string(own->gr_name) != user->pw_name) return false;
+  for (char** member = own->gr_mem; *member; ++member)
+    if (std::string(*member) != user->pw_name) return false;
+  return true;
+}
+
 TEST(PluginFolder, RefusesModulesAndFoldersThatOtherUsersMayChange) {
   using fs::perms;
   struct Case {
@@ -188,6 +216,10 @@ TEST(PluginFolder, RefusesModulesAndFoldersThatOtherUsersMayChange) {
     fs::copy_file(GRAVOK_SITE_PLUGIN, plugins / "m.so");
     fs::permissions(plugins / "m.so", perms::owner_all);
     fs::permissions(outer.path() / c.change, c.mode);
+    if ((c.mode & perms::others_write) == perms::none &&
+        !give_to_shared_group(outer.path() / c.change)) {
+      continue;  // no group but this user's own to hand it to
+    }
 
     PluginLoadResult from_folder, from_file;
     EXPECT_EQ(gvk::loadPluginFolder(plugins.u8string(), from_folder), 0);
@@ -198,6 +230,17 @@ TEST(PluginFolder, RefusesModulesAndFoldersThatOtherUsersMayChange) {
           << result->failures[0].message;
     }
     EXPECT_EQ(gvk::dataSourceProviderNames(), Names{});
+  }
+
+  // Writing by a user's private group is writing by the user alone.
+  if (has_private_group()) {
+    const TempFolder own;
+    fs::permissions(own.path(), perms::owner_all | perms::group_all);
+    fs::copy_file(GRAVOK_SITE_PLUGIN, own.path() / "m.so");
+    fs::permissions(own.path() / "m.so", perms::owner_all | perms::group_write);
+    PluginLoadResult result;
+    EXPECT_EQ(gvk::loadPluginFolder(own.string(), result), 1);
+    EXPECT_TRUE(result.failures.empty()) << result.failures[0].message;
   }
 
   // A folder above with the sticky bit, as /tmp has it, lets others add entries but
