@@ -1,5 +1,7 @@
 #include <gravok/volume.h>
 
+#include "volume_sampling.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -263,55 +265,6 @@ TEST(VolumeBetween, CountsEveryLayerOfAMeshThatOverlapsItself) {
   EXPECT_EQ(down.top_layered_area, 0.0);
 }
 
-// The integral of (top - base) by the midpoint rule on a k x k grid of samples,
-// each sample located in both meshes by scanning the triangles' boxes.
-struct Sampled {
-  double cut = 0, fill = 0;
-};
-
-std::vector<double> sample(const Mesh& m, const Rect& r, int k) {
-  std::vector<double> z(static_cast<std::size_t>(k) * k,
-                        std::numeric_limits<double>::quiet_NaN());
-  const double h = (r.x1 - r.x0) / k;
-  for (const gvk::Triangle& t : m.triangles) {
-    const double ax = m.x[t[0]], ay = m.y[t[0]];
-    const double bx = m.x[t[1]], by = m.y[t[1]];
-    const double cx = m.x[t[2]], cy = m.y[t[2]];
-    const double det = (bx - ax) * (cy - ay) - (cx - ax) * (by - ay);
-    if (det == 0) continue;
-    const int i0 = std::max(0, static_cast<int>((std::min({ax, bx, cx}) - r.x0) / h) - 1);
-    const int i1 =
-        std::min(k - 1, static_cast<int>((std::max({ax, bx, cx}) - r.x0) / h) + 1);
-    const int j0 = std::max(0, static_cast<int>((std::min({ay, by, cy}) - r.y0) / h) - 1);
-    const int j1 =
-        std::min(k - 1, static_cast<int>((std::max({ay, by, cy}) - r.y0) / h) + 1);
-    for (int j = j0; j <= j1; ++j) {
-      for (int i = i0; i <= i1; ++i) {
-        const double px = r.x0 + (i + 0.5) * h, py = r.y0 + (j + 0.5) * h;
-        const double u = ((px - ax) * (cy - ay) - (cx - ax) * (py - ay)) / det;
-        const double v = ((bx - ax) * (py - ay) - (px - ax) * (by - ay)) / det;
-        if (u < 0 || v < 0 || u + v > 1) continue;
-        z[static_cast<std::size_t>(j) * k + i] =
-            m.z[t[0]] + u * (m.z[t[1]] - m.z[t[0]]) + v * (m.z[t[2]] - m.z[t[0]]);
-      }
-    }
-  }
-  return z;
-}
-
-Sampled sampled_volume(const Mesh& base, const Mesh& top, const Rect& r, int k) {
-  const std::vector<double> zb = sample(base, r, k);
-  const std::vector<double> zt = sample(top, r, k);
-  const double cell = (r.x1 - r.x0) / k * (r.y1 - r.y0) / k;
-  Sampled s;
-  for (std::size_t i = 0; i < zb.size(); ++i) {
-    const double d = zt[i] - zb[i];
-    if (std::isnan(d)) continue;
-    (d > 0 ? s.fill : s.cut) += std::abs(d) * cell;
-  }
-  return s;
-}
-
 TEST(VolumeBetween, AgreesWithFinerAndFinerSamplingOfRandomSurfaces) {
   for (unsigned seed = 1; seed <= 3; ++seed) {
     SCOPED_TRACE(seed);
@@ -325,7 +278,9 @@ TEST(VolumeBetween, AgreesWithFinerAndFinerSamplingOfRandomSurfaces) {
     ASSERT_GT(exact.fill, 5.0);
     double previous = std::numeric_limits<double>::infinity();
     for (int k : {100, 300, 900}) {
-      const Sampled s = sampled_volume(base, top, Rect{-1, -1, 11, 11}, k);
+      const sampling::CutFill s =
+          sampling::cut_fill(base.x, base.y, base.z, base.triangles, top.x, top.y, top.z,
+                             top.triangles, sampling::Window{-1, -1, 12, k});
       const double error = std::abs(s.cut - exact.cut) + std::abs(s.fill - exact.fill);
       EXPECT_LT(error, previous) << "samples " << k;
       previous = error;
