@@ -86,7 +86,7 @@ constexpr int kMaxInsertDepth = 16;
 // arc segments (bulges), read as their chords; polygon meshes and entity types that
 // carry no terrain or element geometry (counted by type in one warning); INSERTs of a
 // block the drawing lacks, nested deeper than kMaxInsertDepth, or beyond the
-// expansion budget (the vertices the text could hold, at least 2^20); a unit
+// expansion budget (a vertex for every 4 bytes of the text, and 4096); a unit
 // $INSUNITS gives that is no known unit, or none (the unknown unit is used).
 bool parse_drawing(std::string_view text, const std::string& where,
                    const ReadOptions& options, Drawing& drawing, std::string& error,

@@ -103,6 +103,8 @@ Transform insert_transform(const Shape& s, const Vec3& base, long long column,
   return ocs_transform(s.extrusion).after(t);
 }
 
+constexpr std::size_t kExpansionFloor = 4096;
+
 bool finite(const Vec3& p) {
   return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
@@ -244,11 +246,13 @@ bool Placer::place(const Shape& s, const Transform& t, std::uint32_t inherited_l
       return false;
     }
   }
-  if (m_budget < points.size()) {
-    note("entities beyond the expansion budget of INSERTs left out", layer, s.line);
-    return true;
+  if (depth > 0) {
+    if (m_budget < points.size()) {
+      note("entities beyond the expansion budget of INSERTs left out", layer, s.line);
+      return true;
+    }
+    m_budget -= points.size();
   }
-  if (depth > 0) m_budget -= points.size();
   if (s.kind == Shape::kFace || s.kind == Shape::kMesh) {
     auto [at, added] = m_surface_of_layer.emplace(layer, m_surfaces.size());
     if (added) {
@@ -324,7 +328,7 @@ void Placer::place_linear(const Shape& s, const std::vector<Vec3>& points,
     return;
   }
   const std::size_t n = points.size();
-  const std::size_t segments = (s.closed && n > 2) ? n : n - 1;
+  const std::size_t segments = s.closed ? n : n - 1;
   for (std::size_t i = 0; i < segments; ++i) {
     const Vec3& a = points[i];
     const Vec3& b = points[(i + 1) % n];
@@ -489,9 +493,10 @@ bool parse_drawing(std::string_view text, const std::string& where,
   Skipped skipped;
   Header header;
   ShapeBuilder builder(layers, blocks, skipped);
-  // The budget of vertices INSERTs may add: what the text could hold, 2^20 at least.
-  Placer placer(where, options, layers, blocks,
-                std::max<std::size_t>(text.size(), 1u << 20), drawing);
+  // The budget of vertices INSERTs may add: a quarter of the text's bytes and 4096,
+  // so that what blocks expand to costs memory in proportion to the file.
+  Placer placer(where, options, layers, blocks, text.size() / 4 + kExpansionFloor,
+                drawing);
   std::vector<Shape> model, inserts;
   EntityReader reader(text);
   Entity e;

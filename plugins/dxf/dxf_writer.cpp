@@ -112,8 +112,7 @@ void write_tables(Writer& w, const std::vector<std::string>& layers) {
   w.text(0, "ENDSEC");
 }
 
-void write_surface(Writer& w, const Surface& s) {
-  const std::string layer = layer_name(s.name);
+void write_surface(Writer& w, const Surface& s, const std::string& layer) {
   for (const gvk::Triangle& t : s.triangles) {
     w.entity("3DFACE", layer);
     for (int corner = 0; corner < 4; ++corner) {
@@ -237,7 +236,17 @@ void write_drawing(std::ostream& out, const Drawing& d) {
   auto add = [&](const std::string& name) {
     if (seen.insert(name).second) layers.push_back(name);
   };
-  for (const Surface& s : d.surfaces) add(layer_name(s.name));
+  // Each surface on a layer of its own, also when two names become one as layer names.
+  std::vector<std::string> surface_layers;
+  std::set<std::string> taken;
+  for (const Surface& s : d.surfaces) {
+    std::string name = layer_name(s.name);
+    for (int n = 2; !taken.insert(name).second; ++n) {
+      name = layer_name(s.name) + "_" + std::to_string(n);
+    }
+    surface_layers.push_back(name);
+    add(name);
+  }
   if (!d.break_lines.empty()) add(kBreakLineLayer);
   for (const auto& [kind, e] : d.elements) {
     if (!e.records.empty()) add(kind_layer(kind));
@@ -245,7 +254,9 @@ void write_drawing(std::ostream& out, const Drawing& d) {
   write_tables(w, layers);
   w.text(0, "SECTION");
   w.text(2, "ENTITIES");
-  for (const Surface& s : d.surfaces) write_surface(w, s);
+  for (std::size_t i = 0; i < d.surfaces.size(); ++i) {
+    write_surface(w, d.surfaces[i], surface_layers[i]);
+  }
   write_break_lines(w, d.break_lines);
   for (const auto& [kind, e] : d.elements) write_elements(w, kind, e);
   w.text(0, "ENDSEC");
