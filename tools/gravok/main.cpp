@@ -22,6 +22,42 @@
 #include <string>
 #include <vector>
 
+namespace {
+
+// The commands of `app`, separated by commas.
+std::string command_names(const CLI::App& app) {
+  std::string names;
+  for (const CLI::App* command : app.get_subcommands({}))
+    names += (names.empty() ? "" : ", ") + command->get_name();
+  return names;
+}
+
+// What "A subcommand is required" would leave unsaid: the first argument in the place
+// of a command (or of a command's command, as after "mesh") that names none, with
+// the commands there are; empty when every command named is known.
+std::string unknown_command(int argc, char** argv, CLI::App& app) {
+  CLI::App* level = &app;
+  for (int i = 1; i < argc && !level->get_subcommands({}).empty(); ++i) {
+    const std::string argument = argv[i];
+    if (argument == "--plugin") {
+      ++i;  // its value
+      continue;
+    }
+    if (!argument.empty() && argument[0] == '-') continue;
+    CLI::App* next = nullptr;
+    for (CLI::App* command : level->get_subcommands({}))
+      if (command->get_name() == argument) next = command;
+    if (!next)
+      return "unknown command '" + argument + "'; the commands" +
+             (level == &app ? "" : " of '" + level->get_name() + "'") +
+             " are: " + command_names(*level);
+    level = next;
+  }
+  return {};
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   using gravok_tool::Options;
   Options o;
@@ -111,7 +147,12 @@ int main(int argc, char** argv) {
   } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    app.exit(e);
+    const std::string unknown = unknown_command(argc, argv, app);
+    if (unknown.empty()) {
+      app.exit(e);
+    } else {
+      std::cerr << "gravok: " << unknown << "\nRun with --help for more information.\n";
+    }
     return gravok_tool::kUsage;
   }
 
