@@ -13,8 +13,10 @@
 #include <gravok/offset_data_source.h>
 #include <gravok/plugin.h>
 #include <gravok/poly_file.h>
+#include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
+#include <gravok/surfaces.h>
 #include <gravok/text.h>
 #include <gravok/triangle_files.h>
 #include <gravok/units.h>

@@ -1,19 +1,19 @@
 #include "commands.h"
 
 #include "builtin_providers.h"
-#include "compare.h"
 #include "demo.h"
+#include "generated_problem.h"
 #include "inspect.h"
 #include "json_document.h"
 #include "json_store.h"
 #include "plot.h"
-#include "problem_source.h"
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/poly_file.h>
+#include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/text.h>
 
@@ -115,7 +115,7 @@ bool read_location(const std::string& location, Progress& progress, Problem& pro
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return false;
   progress.step("reading " + location);
-  gvk_json::snapshot(*source, problem);
+  gvk::snapshot(*source, problem);
   return true;
 }
 
@@ -203,7 +203,7 @@ int dump(const Options& o) {
 }
 
 int roundtrip(const Options& o) {
-  gvk_json::ProblemSource generated(generated_problem());
+  gvk::ProblemSource generated(generated_problem());
   Progress progress;
   progress.step("copying a generated problem into " + o.location);
   {
@@ -224,7 +224,7 @@ int roundtrip(const Options& o) {
     return kFailed;
   }
   Problem actual;
-  gvk_json::snapshot(*reopened, actual);
+  gvk::snapshot(*reopened, actual);
   // What a store that loses nothing answers: the same transfer into a store in memory
   // at the origin the store reports. Surfaces and GUIDs do not travel with a transfer.
   Problem at_origin;
@@ -234,11 +234,11 @@ int roundtrip(const Options& o) {
   at_origin.surface_ids = actual.surface_ids;
   at_origin.surface_names = actual.surface_names;
   at_origin.guids_valid = actual.guids_valid;
-  gvk_json::JsonStore lossless("", at_origin);
+  gvk::ProblemStore lossless(at_origin);
   lossless.copyAllFrom(generated);
   progress.step("");
   const std::vector<std::string> differences =
-      compare_problems(lossless.problem(), actual);
+      gvk::compare_problems(lossless.problem(), actual);
   for (const std::string& line : differences) std::cout << line << "\n";
   std::cout << (differences.empty()
                     ? "nothing lost\n"
