@@ -1,6 +1,7 @@
 #include "earthwork.h"
 
 #include "commands.h"
+#include "json_document.h"
 
 #include <gravok/data_source.h>
 #include <gravok/triangle_files.h>
@@ -16,12 +17,10 @@
 namespace gravok_tool {
 namespace {
 
-bool is_length(const gvk_json::StoredUnit& unit) {
-  return unit.type >= 0 && unit.type < 8;
-}
+bool is_length(const gvk::StoredUnit& unit) { return unit.type >= 0 && unit.type < 8; }
 
 // The factor from the length unit `from` to `to`; 1 unless both are known and differ.
-double length_factor(const gvk_json::StoredUnit& from, const gvk_json::StoredUnit& to) {
+double length_factor(const gvk::StoredUnit& from, const gvk::StoredUnit& to) {
   if (!is_length(from) || !is_length(to) || from.type == to.type) return 1.0;
   return gvk::unit_conversion_factor(from.type, to.type, 1);
 }
@@ -37,43 +36,46 @@ std::string surface_list(const std::vector<unsigned long long>& ids,
   return list;
 }
 
-// Makes the surface `wanted` (a name, else an id) current; with `wanted` empty, the
-// first surface the source offers. False, having said why, when there is no such one.
-bool choose_surface(gvk::DataSource& source, const std::string& location,
-                    const std::string& wanted, std::string& label) {
-  std::vector<unsigned long long> ids;
-  std::vector<std::string> names;
-  source.get_surfaces(ids, names);
+// Makes the surface `wanted` (a name, else an id; with `wanted` empty, the first the
+// source lists) the problem's mesh. False, having said why, when there is no such one.
+bool pick_surface(gvk::Problem& p, const std::string& location, const std::string& wanted,
+                  std::string& label) {
+  std::vector<unsigned long long> ids = p.surface_ids;
+  std::vector<std::string> names = p.surface_names;
+  if (!p.surfaces.empty()) {
+    ids.clear();
+    names.clear();
+    for (const gvk::Surface& s : p.surfaces) {
+      ids.push_back(s.id);
+      names.push_back(s.name);
+    }
+  }
   label = location;
   const std::size_t count = std::min(ids.size(), names.size());
+  if (count == 0 && wanted.empty()) return true;
   std::size_t pick = wanted.empty() ? 0 : count;
   for (std::size_t i = 0; i < count && pick == count; ++i) {
     if (names[i] == wanted) pick = i;
   }
-  const bool digits =
-      !wanted.empty() && std::all_of(wanted.begin(), wanted.end(), [](char c) {
-        return std::isdigit(static_cast<unsigned char>(c)) != 0;
-      });
-  for (std::size_t i = 0; i < count && pick == count && digits; ++i) {
+  for (std::size_t i = 0; i < count && pick == count; ++i) {
     if (std::to_string(ids[i]) == wanted) pick = i;
   }
-  if (count == 0 && wanted.empty()) return true;
   if (pick == count) {
     std::cerr << "gravok: " << location << " has no surface \"" << wanted << "\"; "
               << surface_list(ids, names) << "\n";
     return false;
   }
-  source.select_surface(ids[pick]);
+  if (!p.surfaces.empty()) p.mesh = std::move(p.surfaces[pick].mesh);
   label += ", surface \"" + names[pick] + "\"";
   return true;
 }
 
 bool read_surface(const std::string& location, const std::string& wanted,
-                  gvk_json::Problem& problem, std::string& label) {
+                  gvk::Problem& problem, std::string& label) {
   std::unique_ptr<gvk::DataSource> source = open_source(location);
-  if (!source || !choose_surface(*source, location, wanted, label)) return false;
-  gvk_json::snapshot(*source, problem);
-  return true;
+  if (!source) return false;
+  gvk::snapshot(*source, problem);
+  return pick_surface(problem, location, wanted, label);
 }
 
 // Moves a coordinate list of `from` (local to its origin, in its unit) into the
@@ -129,7 +131,7 @@ bool poly_ring(const std::string& path, std::vector<double>& xs, std::vector<dou
 // The boundary polygon of --boundary in the base's frame: the ring of a .poly file
 // (absolute coordinates in the base's unit) or the first closed outline of a
 // problem. Returns 0, or 2 having said why it cannot be read.
-int read_boundary(const std::string& location, const gvk_json::Problem& base,
+int read_boundary(const std::string& location, const gvk::Problem& base,
                   std::vector<double>& xs, std::vector<double>& ys, std::string& label) {
   std::string lower = location;
   for (char& c : lower)
@@ -145,10 +147,10 @@ int read_boundary(const std::string& location, const gvk_json::Problem& base,
     label = location;
     return kSuccess;
   }
-  gvk_json::Problem holder;
+  gvk::Problem holder;
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return kUsage;
-  gvk_json::snapshot(*source, holder);
+  gvk::snapshot(*source, holder);
   const std::vector<Outline> outlines = closed_outlines(holder);
   if (outlines.empty()) {
     std::cerr << "gravok: " << location
@@ -189,7 +191,7 @@ struct Units {
   std::string volume_name;
 };
 
-Units units_of(const gvk_json::Problem& p) {
+Units units_of(const gvk::Problem& p) {
   Units u;
   u.length = length_label(p.linear_unit);
   u.linear_name = p.linear_unit.name;
@@ -326,17 +328,17 @@ bool report_losses(const Report& r, const Units& u) {
 
 }  // namespace
 
-gvk::MeshView mesh_view(const gvk_json::Mesh& mesh) {
+gvk::MeshView mesh_view(const gvk::Mesh& mesh) {
   return gvk::MeshView{mesh.x, mesh.y, mesh.z, mesh.triangles};
 }
 
-std::string length_label(const gvk_json::StoredUnit& unit) {
+std::string length_label(const gvk::StoredUnit& unit) {
   if (unit.type != gvk::kUnknownUnitType && !unit.abbreviation.empty())
     return unit.abbreviation;
   return "units";
 }
 
-std::vector<Outline> closed_outlines(const gvk_json::Problem& problem) {
+std::vector<Outline> closed_outlines(const gvk::Problem& problem) {
   std::vector<Outline> outlines;
   for (const GradingElementType kind : {BuildingPad, Pond, ParkingLot, SurfaceZone}) {
     const auto set = problem.elements.find(kind);
@@ -353,7 +355,7 @@ int read_surface_pair(const std::string& base, const std::string& base_surface,
                       const std::string& top, const std::string& top_surface,
                       SurfacePair& pair) {
   if (!read_surface(base, base_surface, pair.base, pair.base_label)) return kUsage;
-  gvk_json::Problem other;
+  gvk::Problem other;
   if (!read_surface(top, top_surface, other, pair.top_label)) return kUsage;
   const double factor = length_factor(other.linear_unit, pair.base.linear_unit);
   if (factor != 1.0) {

@@ -3,8 +3,7 @@
 #ifndef GRAVOK_TOOLS_EARTHWORK_H
 #define GRAVOK_TOOLS_EARTHWORK_H
 
-#include "json_document.h"
-
+#include <gravok/problem.h>
 #include <gravok/volume.h>
 
 #include <string>
@@ -16,8 +15,8 @@ namespace gravok_tool {
 // the base's local coordinates (its origin) and, where both linear units are known
 // and differ, converted into the base's unit.
 struct SurfacePair {
-  gvk_json::Problem base;
-  gvk_json::Mesh top;
+  gvk::Problem base;
+  gvk::Mesh top;
   std::string base_label;  // "site.xml, surface \"EG\"" or the location alone
   std::string top_label;
   std::string conversion;  // how the top was converted, empty when it was not
@@ -31,7 +30,7 @@ int read_surface_pair(const std::string& base, const std::string& base_surface,
                       SurfacePair& pair);
 
 // The mesh's arrays as the volume functions read them.
-gvk::MeshView mesh_view(const gvk_json::Mesh& mesh);
+gvk::MeshView mesh_view(const gvk::Mesh& mesh);
 
 // One closed outline element of a problem: building pads, ponds, parking lots and
 // surface zones, in that order of kinds, each kind in its order.
@@ -41,10 +40,10 @@ struct Outline {
   const std::vector<double>* xs;
   const std::vector<double>* ys;
 };
-std::vector<Outline> closed_outlines(const gvk_json::Problem& problem);
+std::vector<Outline> closed_outlines(const gvk::Problem& problem);
 
 // "m", "ft US", or "units" when the unit is unknown.
-std::string length_label(const gvk_json::StoredUnit& unit);
+std::string length_label(const gvk::StoredUnit& unit);
 
 }  // namespace gravok_tool
 
