@@ -1,7 +1,8 @@
 # Runs the gravok tool as a user would and checks each command's exit status and
 # output. Arguments: -DGRAVOK=<tool> -DWORK_DIR=<scratch folder> -DBARE_MODULE=<a
 # module without entry points> -DDATA_DIR=<tests/data> and, when it is built,
-# -DLANDXML_PLUGIN=<the LandXML plug-in module>.
+# -DLANDXML_PLUGIN=<the LandXML plug-in module> and -DDXF_PLUGIN=<the DXF plug-in
+# module>.
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 set(failures "")
@@ -122,6 +123,26 @@ if(LANDXML_PLUGIN)
          volume ${civil} ${civil} --base-surface C --top-surface C --plugin ${LANDXML_PLUGIN})
   expect(2 "has no surface \"D\"; its surfaces: 0 \"A\", 1 \"B\", 2 \"C\""
          volume ${civil} ${civil} --top-surface D --plugin ${LANDXML_PLUGIN})
+endif()
+
+# A drawing of AutoCAD through the DXF plug-in module: inspected, copied to DXF and
+# plotted; a problem with a NaN elevation is refused, and nothing is written.
+if(DXF_PLUGIN)
+  set(drawing ${DATA_DIR}/dxf/ezdxf_polylines_r12.dxf)
+  expect(0 "host: DXF AC1009.*mesh: 4 vertices, 2 triangles.*break lines: 85.*0 findings"
+         inspect "dxf:${drawing}?breaklines=T-2DPLINE-ALL" --plugin ${DXF_PLUGIN})
+  expect(0 "" copy "dxf:${drawing}?breaklines=T-2DPLINE-ALL" ${d}/copy.dxf
+         --plugin ${DXF_PLUGIN})
+  expect(0 "mesh: 4 vertices, 2 triangles.*break lines: 85" inspect ${d}/copy.dxf
+         --plugin ${DXF_PLUGIN})
+  expect(0 "2 triangles drawn" plot ${d}/copy.dxf -o ${d}/copy.svg --plugin ${DXF_PLUGIN})
+  # The example problem holds a NaN elevation on purpose.
+  expect(1 "cannot write .*nan.dxf: .*not finite"
+         copy ${DATA_DIR}/../../docs/examples/small-problem.json ${d}/nan.dxf
+         --plugin ${DXF_PLUGIN})
+  if(EXISTS ${d}/nan.dxf)
+    set(failures "${failures}\nnan.dxf was written")
+  endif()
 endif()
 
 if(failures)
