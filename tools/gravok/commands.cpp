@@ -56,6 +56,8 @@ class Progress {
 
 std::wstring wide(const std::string& text) { return gvk::from_utf8(text); }
 
+}  // namespace
+
 std::string json_string(const std::string& text) {
   std::string out = "\"";
   for (const char c : text) {
@@ -78,7 +80,6 @@ std::string json_string(const std::string& text) {
   return out + "\"";
 }
 
-// Opens `location` as a source, or says on stderr why it cannot.
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
   std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location);
   if (!source) {
@@ -91,6 +92,8 @@ std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
   }
   return source;
 }
+
+namespace {
 
 std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
   std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location);
