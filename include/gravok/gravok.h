@@ -15,6 +15,7 @@
 #include <gravok/poly_file.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
+#include <gravok/replace_file.h>
 #include <gravok/text.h>
 #include <gravok/triangle_files.h>
 #include <gravok/units.h>
