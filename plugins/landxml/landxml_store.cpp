@@ -1,7 +1,6 @@
 #include "landxml_store.h"
 
 #include <gravok/element_types.h>
-#include <gravok/log.h>
 
 #include <utility>
 
@@ -14,6 +13,12 @@ constexpr const char* kApplication = "gravok-data LandXML plug-in";
 std::string kind_name(std::int32_t kind) {
   const char* name = gvk::element_type_name(static_cast<GradingElementType>(kind));
   return *name ? name : "Kind" + std::to_string(kind);
+}
+
+// Kinds whose vertices go round an area: written closed, the last vertex joined to
+// the first.
+bool is_outline(std::int32_t kind) {
+  return kind == SurfaceZone || kind == BuildingPad || kind == Pond || kind == ParkingLot;
 }
 
 // The shortest text that reads back as `value`.
@@ -39,7 +44,7 @@ void add_kind(std::int32_t kind, const std::vector<gravok_grading_element>& reco
     } else if (kind == Offset) {
       document.features.push_back({label, "", {at[1], at[4]}, {at[2], at[5]}, false});
     } else if (i < xs.size() && i < ys.size() && xs[i].size() > 1 && ys[i].size() > 1) {
-      document.features.push_back({label, "", xs[i], ys[i], kind == SurfaceZone});
+      document.features.push_back({label, "", xs[i], ys[i], is_outline(kind)});
     }
   }
 }
@@ -51,20 +56,16 @@ LandXmlStore::LandXmlStore(std::string path) : m_path(std::move(path)) {
   m_document.surfaces[0].name = "Existing ground";
 }
 
-bool LandXmlStore::save() const {
+void LandXmlStore::save() const {
   m_document.points.clear();
   m_document.features.clear();
   for (const auto& [kind, data] : m_kinds) {
     add_kind(kind, data.records, data.xs, data.ys, m_document);
   }
-  return save_document(m_path, m_document, kApplication, m_error);
+  save_document(m_path, m_document, kApplication);
 }
 
-void LandXmlStore::endBulkOperation() const {
-  if (!save()) {
-    GRAVOK_LOG_ERROR << m_error;
-  }
-}
+void LandXmlStore::endBulkOperation() const { save(); }
 
 void LandXmlStore::set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
                              const gvk::Unit<3>& volume) {

@@ -28,13 +28,17 @@ class LandXmlStore : public gvk::DataStore {
   // A store that writes to `path`; nothing is written before save().
   explicit LandXmlStore(std::string path);
 
-  // Writes the document (see write_document) to the path through a temporary file
-  // that replaces it, so a failed write leaves an existing file as it was. False when
-  // the file cannot be written; error() then names the path and the reason.
-  bool save() const;
-  const std::string& error() const { return m_error; }
+  // Writes the document with save_document: through a temporary file that replaces
+  // the one at the path. What LandXML cannot hold (a NaN coordinate, a triangle index
+  // out of range, a y or z shorter than x, a mesh with points but no triangle, a
+  // feature with more x than y values) throws std::invalid_argument "cannot write
+  // PATH: ..." naming the first such vertex, triangle or element, and nothing is
+  // written; a failure of the system throws std::system_error "cannot write PATH" with
+  // its reason. Either way an existing file stays as it was.
+  void save() const;
 
-  // Saves; a failure is logged at error level with error()'s message.
+  // Saves, and so throws as save() does; the exception passes through copyFrom and
+  // copyAllFrom to their caller.
   void endBulkOperation() const override;
 
   // Units: written as <Metric> when the linear unit is metric, <Imperial> otherwise;
@@ -57,7 +61,8 @@ class LandXmlStore : public gvk::DataStore {
   // feature of one line from the first to the second point. Every other kind carries
   // its geometry in xs and ys, which only set_transferred_grading_elements receives:
   // each element with at least two vertices is written as <PlanFeature> "<Kind> <n>"
-  // (a surface zone closed), and elements without coordinates are not written. GUIDs
+  // (closed for surface zones, building pads, ponds and parking lots: the last
+  // vertex joined to the first), and elements without coordinates are not written. GUIDs
   // do not reach a store, so names carry the kind and the number only.
   void set_low_points(const std::vector<gravok_grading_element>& elements) override;
   void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
@@ -113,7 +118,6 @@ class LandXmlStore : public gvk::DataStore {
   // features from m_kinds each time it writes.
   mutable Document m_document;
   std::map<std::int32_t, Kind> m_kinds;
-  mutable std::string m_error;
 };
 
 }  // namespace gvk_landxml
