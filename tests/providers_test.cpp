@@ -219,6 +219,8 @@ TEST_F(Registry, GathersTheReasonsOfTheProvidersThatRefusedInTheOrderAsked) {
        false,
        "",
        {"s refuses refused [ X ]", "a refuses refused [ X ]", "c refuses refused [ X ]"}},
+      // The same reason from a store provider and a source provider is kept once.
+      {{"a refuses"}, {"a refuses"}, false, "", {"a refuses refused [ X ]"}},
       // A provider asked before the one that opens the location still said why.
       {{}, {"a refuses", "b", "c refuses"}, false, "b", {"a refuses refused [ X ]"}},
       {{"a refuses", "b refuses"},

@@ -136,7 +136,9 @@ GRAVOK_API void reportRefusal(std::string reason);
 
 /// createDataSource(location), which also says why no provider opened the location:
 /// `reasons` is replaced by the reasons that the providers asked during the call gave
-/// through reportRefusal, in the order they were asked. When the result is empty and
+/// through reportRefusal, in the order they were asked, each text once (a provider
+/// registered both as a source and as a store provider may say the same thing twice).
+/// When the result is empty and
 /// `reasons` is empty too, no provider recognised the location. A successful call may
 /// still bring the reasons of providers asked before the one that opened it. An
 /// exception from a provider passes through as in createDataSource; `reasons` then

@@ -129,7 +129,11 @@ class RefusalScope {
 }  // namespace
 
 void reportRefusal(std::string reason) {
-  if (t_refusals) t_refusals->push_back(std::move(reason));
+  if (!t_refusals) return;
+  for (const std::string& known : *t_refusals) {
+    if (known == reason) return;
+  }
+  t_refusals->push_back(std::move(reason));
 }
 
 bool registerDataSourceProvider(std::string name,

@@ -6,6 +6,7 @@
 #include "inspect.h"
 #include "json_document.h"
 #include "json_store.h"
+#include "mesh_files.h"
 #include "plot.h"
 #include "problem_source.h"
 
@@ -78,31 +79,27 @@ std::string json_string(const std::string& text) {
   return out + "\"";
 }
 
+// Says on stderr why `location` did not open: each reason a provider gave, or that no
+// provider recognised it.
+void say_why_not(const std::string& location, const std::vector<std::string>& reasons,
+                 const char* what) {
+  for (const std::string& reason : reasons) std::cerr << "gravok: " << reason << "\n";
+  if (reasons.empty())
+    std::cerr << "gravok: cannot open " << location << ": no " << what << " opens it\n";
+}
+
 // Opens `location` as a source, or says on stderr why it cannot.
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
-  std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location);
-  if (!source) {
-    const std::string reason = builtin_source_error(location);
-    if (reason.empty()) {
-      std::cerr << "gravok: cannot open " << location << ": no provider opens it\n";
-    } else {
-      std::cerr << "gravok: " << reason << "\n";
-    }
-  }
+  std::vector<std::string> reasons;
+  std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location, reasons);
+  if (!source) say_why_not(location, reasons, "provider");
   return source;
 }
 
 std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
-  std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location);
-  if (!store) {
-    const std::string reason = builtin_store_error(location);
-    if (reason.empty()) {
-      std::cerr << "gravok: cannot open " << location << " as a store: no store provider "
-                << "opens it\n";
-    } else {
-      std::cerr << "gravok: " << reason << "\n";
-    }
-  }
+  std::vector<std::string> reasons;
+  std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location, reasons);
+  if (!store) say_why_not(location, reasons, "store provider");
   return store;
 }
 
@@ -251,26 +248,24 @@ int mesh_clean(const Options& o) {
   const std::size_t vertices = x.size();
   // The mesh tools rely on valid indices and full coordinate arrays: the first two
   // kinds of the mesh check, which it lists first.
+  // A .node file holds no NaN, so a mesh with one is refused as well.
   bool unsafe = false;
   for (const gvk::MeshFinding& f : gvk::check_mesh(x, y, z, triangles, -1.0)) {
-    if (f.kind != gvk::MeshFindingKind::MissingCoordinates &&
-        f.kind != gvk::MeshFindingKind::IndexOutOfRange) {
-      break;
-    }
-    std::cerr << "gravok: " << gvk::mesh_finding_message(f) << "\n";
+    if (f.kind > gvk::MeshFindingKind::NonFiniteCoordinate) break;
+    std::cerr << "gravok: " << o.location << ": " << gvk::mesh_finding_message(f) << "\n";
     unsafe = true;
   }
   if (unsafe) return kFailed;
-  {
-    GRAVOK_LOG_TIMING(L"mesh clean took ");
-    gvk::reindex_mesh(x, y, z, triangles, o.tolerance);
-    const std::size_t welded = vertices - x.size();
-    gvk::remove_unused_vertices(x, y, z, triangles);
-    gvk::PolyFile::to_files(o.target, x, y, z, triangles);
-    std::cout << vertices << " vertices: " << welded << " welded, "
-              << vertices - welded - x.size() << " unused, " << x.size() << " kept; "
-              << triangles.size() << " triangles\n";
-  }
+  GRAVOK_LOG_TIMING(L"mesh clean took ");
+  gvk::reindex_mesh(x, y, z, triangles, o.tolerance);
+  const std::size_t welded = vertices - x.size();
+  gvk::remove_unused_vertices(x, y, z, triangles);
+  // STEM names the files exactly: "out.d/site" writes out.d/site.1.node, whatever
+  // dots the folders or the name hold.
+  write_node_ele(o.target + ".1.node", o.target + ".1.ele", x, y, z, triangles);
+  std::cout << vertices << " vertices: " << welded << " welded, "
+            << vertices - welded - x.size() << " unused, " << x.size() << " kept; "
+            << triangles.size() << " triangles\n";
   return kSuccess;
 }
 
