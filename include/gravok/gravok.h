@@ -16,6 +16,7 @@
 #include <gravok/providers.h>
 #include <gravok/records.h>
 #include <gravok/replace_file.h>
+#include <gravok/store_losses.h>
 #include <gravok/text.h>
 #include <gravok/triangle_files.h>
 #include <gravok/units.h>

@@ -16,6 +16,7 @@
 #include <gravok/mesh_tools.h>
 #include <gravok/poly_file.h>
 #include <gravok/providers.h>
+#include <gravok/store_losses.h>
 #include <gravok/text.h>
 
 #include <cstdio>
@@ -113,6 +114,23 @@ bool read_location(const std::string& location, Progress& progress, Problem& pro
   return true;
 }
 
+// Lists on stderr what `store` says it dropped, one line per kind of thing. Returns
+// what copy exits with: 1 under --strict when anything was dropped, or when the store
+// cannot say what it drops; else 0.
+int declare_losses(const gvk::DataStore& store, const std::string& target, bool strict) {
+  const auto* declares = dynamic_cast<const gvk::DeclaresLosses*>(&store);
+  if (!declares) {
+    if (!strict) return kSuccess;
+    std::cerr << "gravok: " << target << ": the store does not say what it drops\n";
+    return kFailed;
+  }
+  const std::vector<gvk::StoreLoss> losses = declares->losses();
+  for (const gvk::StoreLoss& loss : losses)
+    std::cerr << "gravok: " << target << ": dropped " << loss.count << " " << loss.what
+              << "\n";
+  return strict && !losses.empty() ? kFailed : kSuccess;
+}
+
 }  // namespace
 
 int list_providers() {
@@ -177,7 +195,7 @@ int copy(const Options& o) {
     std::cerr << "gravok: " << o.target << ": " << failure << "\n";
     return kFailed;
   }
-  return kSuccess;
+  return declare_losses(*store, o.target, o.strict);
 }
 
 int dump(const Options& o) {

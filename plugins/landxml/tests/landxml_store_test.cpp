@@ -16,11 +16,13 @@
 #include <fstream>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -270,6 +272,65 @@ TEST(LandXmlStoreOutput, AFolderThatDoesNotExistFailsTheTransferWithTheSystemsRe
         << e.what();
   }
   EXPECT_FALSE(fs::exists(path.parent_path()));
+}
+
+// A problem with a little of everything a LandXML file cannot keep.
+class RichSource : public gvk::DataSource {
+ public:
+  void get_objectives(std::vector<gravok_objective>& o) override { o.resize(2); }
+  double get_max_slope() const override { return 0.5; }
+  double get_min_slope() const override { return gvk::DataSource::get_min_slope(); }
+  void get_max_slopes(std::vector<double>& s) const override { s = {0.1, 0.2, 0.3}; }
+  long long get_max_iteration_count() const override { return 7; }
+  void get_linear_unit(gvk::Unit<1>& u) const override { u = gvk::Known<1>(8); }
+  std::string get_hostcad_version() const override { return "Host 1.0"; }
+  void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
+                   std::vector<gvk::Triangle>& t,
+                   std::vector<gravok_triangle_info>& info) override {
+    x = {0, 1, 0};
+    y = {0, 0, 1};
+    z = {0, 0, 0};
+    t = {{0, 1, 2}};
+    info.assign(1, gravok_triangle_info{});
+    info[0].data[5] = 1;
+  }
+  void get_low_points(std::vector<gravok_grading_element>& e) const override {
+    e.resize(2);
+  }
+};
+
+TEST(LandXmlStoreLosses, DeclaresWhatReadingTheFileBackDoesNotGive) {
+  struct Case {
+    std::string name;
+    std::function<std::unique_ptr<gvk::DataSource>()> source;
+    std::vector<std::pair<std::string, unsigned long long>> losses;
+  };
+  const Case cases[] = {
+      {"a surface alone loses nothing",
+       [] { return std::make_unique<gvk::DataSource>(); },
+       {}},
+      {"a little of everything",
+       [] { return std::make_unique<RichSource>(); },
+       {{"objectives", 2},
+        {"settings (max slope)", 1},
+        {"settings (max slopes)", 3},
+        {"settings (max iteration count)", 1},
+        {"units LandXML cannot name", 1},
+        {"host version (written as the application's desc, not read back)", 1},
+        {"triangle records", 1},
+        {"LowPoint elements (written for other programs, not read back)", 2}}},
+  };
+  const fs::path dir = fresh_folder("losses");
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    LandXmlStore store((dir / "site.xml").string());
+    const std::unique_ptr<gvk::DataSource> source = c.source();
+    store.copyAllFrom(*source);
+    std::vector<std::pair<std::string, unsigned long long>> declared;
+    for (const gvk::StoreLoss& loss : store.losses())
+      declared.emplace_back(loss.what, loss.count);
+    EXPECT_EQ(declared, c.losses);
+  }
 }
 
 // Every .xml location belongs to the LandXML providers, and each that they cannot open
