@@ -20,5 +20,6 @@
 #include <gravok/text.h>
 #include <gravok/triangle_files.h>
 #include <gravok/units.h>
+#include <gravok/volume.h>
 
 #endif  // GRAVOK_GRAVOK_H

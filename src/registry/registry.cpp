@@ -74,6 +74,16 @@ int count_in(const Registry<Provider>& registry, unsigned long long first,
   return count;
 }
 
+template <class Provider>
+std::vector<std::string> names_in(const Registry<Provider>& registry,
+                                  unsigned long long first, unsigned long long end) {
+  std::vector<std::string> names;
+  for (const auto& entry : registry)
+    if (entry.second.serial >= first && entry.second.serial < end)
+      names.push_back(entry.first);
+  return names;
+}
+
 // Gathers the names first and erases them one by one, so that a provider's destructor
 // never runs in the middle of a walk over the registry.
 template <class Provider>
@@ -203,6 +213,12 @@ unsigned long long next_registration_serial() { return g_next_serial; }
 
 int count_registrations(unsigned long long first, unsigned long long end) {
   return count_in(source_registry(), first, end) + count_in(store_registry(), first, end);
+}
+
+std::vector<std::string> registration_names(unsigned long long first,
+                                            unsigned long long end, bool stores) {
+  return stores ? names_in(store_registry(), first, end)
+                : names_in(source_registry(), first, end);
 }
 
 int remove_registrations(unsigned long long first, unsigned long long end) {

@@ -134,7 +134,7 @@ int declare_losses(const gvk::DataStore& store, const std::string& target, bool 
 
 }  // namespace
 
-int list_providers() {
+int list_providers(const std::map<std::string, std::string>& modules) {
   const std::vector<std::string> store_names = gvk::dataStoreProviderNames();
   const std::vector<std::string> source_names = gvk::dataSourceProviderNames();
   const std::vector<const gvk::DataSourceProvider*> all = gvk::dataSourceProviders();
@@ -143,8 +143,10 @@ int list_providers() {
   std::vector<std::string> names = store_names;
   names.insert(names.end(), source_names.begin(), source_names.end());
   for (std::size_t i = 0; i < all.size() && i < names.size(); ++i) {
-    std::cout << names[i] << (i < store_names.size() ? " (store)" : " (source)") << ": "
-              << all[i]->description() << "\n";
+    const char* kind = i < store_names.size() ? "store" : "source";
+    const auto module = modules.find(std::string(kind) + " " + names[i]);
+    std::cout << names[i] << " (" << kind << "): " << all[i]->description() << " ["
+              << (module == modules.end() ? "built in" : module->second) << "]\n";
   }
   return kSuccess;
 }

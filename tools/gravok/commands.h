@@ -2,6 +2,7 @@
 #ifndef GRAVOK_TOOL_COMMANDS_H
 #define GRAVOK_TOOL_COMMANDS_H
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,9 @@ struct Options {
   bool strict = false;  // copy: exit 1 when the store dropped anything
 };
 
-int list_providers();
+// Lists every provider with its description and the module it came from, keyed as
+// provider_modules() keys it; a provider without a module is built into the tool.
+int list_providers(const std::map<std::string, std::string>& modules);
 int inspect(const Options& options);
 int copy(const Options& options);
 int dump(const Options& options);

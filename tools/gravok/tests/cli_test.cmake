@@ -43,6 +43,9 @@ expect(2 "gravok_plugin_register" inspect ${d}/square.node --plugin ${BARE_MODUL
 expect(2 "gravok_plugin_register" --plugin ${BARE_MODULE} inspect ${d}/square.node)
 expect(2 "nonexistent-module" inspect ${d}/square.node --plugin ${d}/nonexistent-module.so)
 expect(2 "required" inspect)
+expect(2 "unknown command 'frobnicate'; the commands are: providers, inspect" frobnicate)
+expect(2 "unknown command 'frob'; the commands of 'mesh' are: clean" --plugin x mesh frob)
+expect(0 "gravok.node-ele \\(source\\): [^\n]*\\[built in\\]" --no-plugins providers)
 
 # --version prints the project's version, as the top-level CMakeLists.txt gives it.
 file(STRINGS ${DATA_DIR}/../../CMakeLists.txt project_line
