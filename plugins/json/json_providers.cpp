@@ -1,7 +1,8 @@
 #include "json_providers.h"
 
 #include "json_document.h"
-#include "problem_source.h"
+
+#include <gravok/problem.h>
 
 #include <cctype>
 #include <filesystem>
@@ -43,16 +44,16 @@ std::string location_path(const std::string& location) {
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location,
                                              std::string& error) {
   std::string path;
-  Problem problem;
+  gvk::Problem problem;
   if (!resolve(location, path, error) || !read_file(path, problem, error)) return nullptr;
-  return std::make_unique<ProblemSource>(std::move(problem));
+  return std::make_unique<gvk::ProblemSource>(std::move(problem));
 }
 
 std::unique_ptr<JsonStore> open_store(const std::string& location, std::string& error) {
   std::string path;
   if (!resolve(location, path, error)) return nullptr;
   std::error_code code;
-  Problem problem;
+  gvk::Problem problem;
   const bool exists = std::filesystem::exists(path, code);
   if (code) {
     error = path + ": cannot tell whether the file exists (" + code.message() + ")";

@@ -1,20 +1,20 @@
 #include "commands.h"
 
 #include "builtin_providers.h"
-#include "compare.h"
 #include "demo.h"
+#include "generated_problem.h"
 #include "inspect.h"
 #include "json_document.h"
 #include "json_store.h"
 #include "mesh_files.h"
 #include "plot.h"
-#include "problem_source.h"
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/poly_file.h>
+#include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/store_losses.h>
 #include <gravok/text.h>
@@ -111,7 +111,7 @@ bool read_location(const std::string& location, Progress& progress, Problem& pro
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return false;
   progress.step("reading " + location);
-  gvk_json::snapshot(*source, problem);
+  gvk::snapshot(*source, problem);
   return true;
 }
 
@@ -216,7 +216,7 @@ int dump(const Options& o) {
 }
 
 int roundtrip(const Options& o) {
-  gvk_json::ProblemSource generated(generated_problem());
+  gvk::ProblemSource generated(generated_problem());
   Progress progress;
   progress.step("copying a generated problem into " + o.location);
   {
@@ -226,12 +226,11 @@ int roundtrip(const Options& o) {
       store->copyAllFrom(generated);
     } catch (const std::invalid_argument& refused) {
       // A store may refuse values its format has no notation for; what it does with
-      // the rest is still worth comparing, and the lines dropped show as differences.
+      // the rest is still worth comparing.
       std::cerr << "gravok: " << refused.what() << "\n"
                 << "gravok: copying the generated problem again without its break lines "
                    "that are not finite\n";
-      generated =
-          gvk_json::ProblemSource(without_non_finite_break_lines(generated_problem()));
+      generated = gvk::ProblemSource(without_non_finite_break_lines(generated_problem()));
       store->copyAllFrom(generated);
     }
     const std::string failure = builtin_write_error(*store);
@@ -248,7 +247,7 @@ int roundtrip(const Options& o) {
     return kFailed;
   }
   Problem actual;
-  gvk_json::snapshot(*reopened, actual);
+  gvk::snapshot(*reopened, actual);
   // What a store that loses nothing answers: the same transfer into a store in memory
   // at the origin the store reports. Surfaces and GUIDs do not travel with a transfer.
   Problem at_origin;
@@ -258,11 +257,11 @@ int roundtrip(const Options& o) {
   at_origin.surface_ids = actual.surface_ids;
   at_origin.surface_names = actual.surface_names;
   at_origin.guids_valid = actual.guids_valid;
-  gvk_json::JsonStore lossless("", at_origin);
+  gvk::ProblemStore lossless(at_origin);
   lossless.copyAllFrom(generated);
   progress.step("");
   const std::vector<std::string> differences =
-      compare_problems(lossless.problem(), actual);
+      gvk::compare_problems(lossless.problem(), actual);
   for (const std::string& line : differences) std::cout << line << "\n";
   std::cout << (differences.empty()
                     ? "nothing lost\n"
