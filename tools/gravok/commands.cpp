@@ -59,6 +59,8 @@ class Progress {
 
 std::wstring wide(const std::string& text) { return gvk::from_utf8(text); }
 
+}  // namespace
+
 std::string json_string(const std::string& text) {
   std::string out = "\"";
   for (const char c : text) {
@@ -81,6 +83,8 @@ std::string json_string(const std::string& text) {
   return out + "\"";
 }
 
+namespace {
+
 // Says on stderr why `location` did not open: each reason a provider gave, or that no
 // provider recognised it.
 void say_why_not(const std::string& location, const std::vector<std::string>& reasons,
@@ -90,13 +94,16 @@ void say_why_not(const std::string& location, const std::vector<std::string>& re
     std::cerr << "gravok: cannot open " << location << ": no " << what << " opens it\n";
 }
 
-// Opens `location` as a source, or says on stderr why it cannot.
+}  // namespace
+
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
   std::vector<std::string> reasons;
   std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location, reasons);
   if (!source) say_why_not(location, reasons, "provider");
   return source;
 }
+
+namespace {
 
 std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
   std::vector<std::string> reasons;

@@ -133,6 +133,23 @@ int main(int argc, char** argv) {
                    "elevation range)");
   plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
 
+  CLI::App* volume = app.add_subcommand(
+      "volume", "cut, fill and net between two surfaces (base and top)");
+  volume->add_option("base", o.location, "the problem of the base surface")->required();
+  volume->add_option("top", o.target, "the problem of the top surface (may be BASE)")
+      ->required();
+  volume->add_option("--base-surface", o.base_surface,
+                     "the base's surface by name or id (default: its first)");
+  volume->add_option("--top-surface", o.top_surface,
+                     "the top's surface by name or id (default: its first)");
+  volume->add_option("--boundary", o.boundary,
+                     "compare only inside this polygon: a .poly file's closed ring "
+                     "(absolute coordinates) or a problem's first closed outline");
+  volume->add_flag("--by-element", o.by_element,
+                   "also inside each building pad, pond, parking lot and surface zone "
+                   "of BASE");
+  volume->add_flag("--json", o.json, "print the figures as JSON");
+
   CLI::App* demo = app.add_subcommand(
       "demo", "build a synthetic site and take it through the whole library");
   demo->add_option("outdir", o.location, "the folder to write into")->required();
@@ -188,6 +205,7 @@ int main(int argc, char** argv) {
     if (*uid) status = gravok_tool::uid(o);
     if (*classify) status = gravok_tool::classify(o);
     if (*plot) status = gravok_tool::plot(o);
+    if (*volume) status = gravok_tool::volume(o);
     if (*demo) status = gravok_tool::demo(o);
   } catch (const std::exception& e) {
     std::cerr << "gravok: " << e.what() << "\n";
