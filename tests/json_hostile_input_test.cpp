@@ -40,7 +40,7 @@ Outcome read(const std::string& text) {
   gvk_json::release_read_buffers();
   Outcome out;
   out.peak = peak_of([&] {
-    gvk_json::Problem problem;
+    gvk::Problem problem;
     out.ok = gvk_json::read_document(text, problem, out.message);
   });
   gvk_json::release_read_buffers();

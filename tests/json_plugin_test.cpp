@@ -5,7 +5,6 @@
 #include "bit_patterns.h"
 #include "json_document.h"
 #include "json_providers.h"
-#include "problem_source.h"
 #include "recording_store.h"
 
 #include <gtest/gtest.h>
@@ -24,7 +23,7 @@
 
 namespace {
 
-using gvk_json::Problem;
+using gvk::Problem;
 using gvk_test::record;
 
 double from_bits(std::uint64_t bits) {
@@ -187,8 +186,8 @@ TEST(JsonSource, TransfersTheSameCallsAndBitsAsTheSourceItWasDumpedFrom) {
   original.max_slopes = {-0.0, kNegativeNan};
 
   Problem dumped;
-  gvk_json::snapshot(original, dumped);
-  gvk_json::ProblemSource json(read(document(dumped)));
+  gvk::snapshot(original, dumped);
+  gvk::ProblemSource json(read(document(dumped)));
 
   for (auto transfer : {&gvk::DataStore::copyFrom, &gvk::DataStore::copyAllFrom}) {
     gvk_test::CallLog from_original_log, from_json_log;
@@ -208,7 +207,7 @@ TEST(JsonStore, KeepsEverythingTheCompleteTransferHandsIt) {
   p.guids.clear();
   p.guids_valid = false;
   p.elements.erase(static_cast<GradingElementType>(1000));  // nor unnamed kinds
-  gvk_json::ProblemSource source(p);
+  gvk::ProblemSource source(p);
   const std::string path = temporary_path("complete");
   std::string error;
   auto store = gvk_json::open_store("json:" + path, error);
@@ -249,7 +248,7 @@ TEST(JsonStore, CreatedForAnExistingDocumentChangesNothingAndAnswersIt) {
   for (gvk::DataSource* answers :
        {static_cast<gvk::DataSource*>(store.get()), source.get()}) {
     Problem seen;
-    gvk_json::snapshot(*answers, seen, {-5, LLONG_MAX, 3});
+    gvk::snapshot(*answers, seen, {-5, LLONG_MAX, 3});
     seen.elements[static_cast<GradingElementType>(
         1000)] =  // not a kind a snapshot asks for
         p.elements.at(static_cast<GradingElementType>(1000));
@@ -351,7 +350,7 @@ TEST(JsonPlugin, ModuleRegistersProvidersThatOpenDocuments) {
         << "a missing document is not an empty problem";
     std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(path);
     ASSERT_TRUE(store);
-    gvk_json::ProblemSource problem(rich_problem());
+    gvk::ProblemSource problem(rich_problem());
     store->copyAllFrom(problem);
     std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(path);
     ASSERT_TRUE(source);

@@ -27,6 +27,11 @@
 namespace gvk_json {
 namespace {
 
+using gvk::ElementSet;
+using gvk::Mesh;
+using gvk::Problem;
+using gvk::StoredUnit;
+
 using simdjson::dom::array;
 using simdjson::dom::element;
 using simdjson::dom::element_type;

@@ -19,6 +19,11 @@
 namespace gvk_json {
 namespace {
 
+using gvk::ElementSet;
+using gvk::Mesh;
+using gvk::Problem;
+using gvk::StoredUnit;
+
 char* put_hex(char* p, const unsigned char* bytes, std::size_t count) {
   static const char kDigits[] = "0123456789abcdef";
   for (std::size_t i = 0; i < count; ++i) {

@@ -4,11 +4,11 @@
 #include "json_providers.h"
 #include "json_store.h"
 #include "plot.h"
-#include "problem_source.h"
 
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/poly_file.h>
+#include <gravok/problem.h>
 
 #include <chrono>
 #include <cmath>
@@ -43,13 +43,13 @@ std::string coordinate(double value) {
   return text.str();
 }
 
-std::size_t element_count(const gvk_json::Problem& p) {
+std::size_t element_count(const gvk::Problem& p) {
   std::size_t n = 0;
   for (const auto& [kind, set] : p.elements) n += set.records.size();
   return n;
 }
 
-std::string mesh_counts(const gvk_json::Mesh& m) {
+std::string mesh_counts(const gvk::Mesh& m) {
   return std::to_string(m.x.size()) + " vertices, " + std::to_string(m.triangles.size()) +
          " triangles";
 }
@@ -71,7 +71,7 @@ std::string findings_text(const std::vector<gvk::MeshFinding>& findings) {
   return text;
 }
 
-std::vector<gvk::MeshFinding> check(const gvk_json::Mesh& m) {
+std::vector<gvk::MeshFinding> check(const gvk::Mesh& m) {
   return gvk::check_mesh(m.x, m.y, m.z, m.triangles, kWeldTolerance);
 }
 
@@ -96,7 +96,7 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
   const std::string json = outdir + "/site.json";
 
   auto start = Clock::now();
-  const gvk_json::Problem site = demo_site(cells);
+  const gvk::Problem site = demo_site(cells);
   out << "build site:   " << mesh_counts(site.mesh) << ", " << element_count(site)
       << " elements in " << site.elements.size() << " kinds, origin x "
       << coordinate(site.xorig) << " y " << coordinate(site.yorig) << " ft ("
@@ -104,11 +104,11 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
 
   start = Clock::now();
   {
-    gvk_json::Problem target;
+    gvk::Problem target;
     target.xorig = 2001000.0;
     target.yorig = 501000.0;
     target.zorig = 100.0;
-    gvk_json::ProblemSource source(site);
+    gvk::ProblemSource source(site);
     gvk_json::JsonStore store(json, target);
     store.copyAllFrom(source);
     if (!store.write_error().empty()) return fail(out, "copy", store.write_error());
@@ -121,8 +121,8 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
   const std::unique_ptr<gvk::DataSource> source =
       gvk_json::open_source("json:" + json, error);
   if (!source) return fail(out, "read back", error);
-  gvk_json::Problem problem;
-  gvk_json::snapshot(*source, problem);
+  gvk::Problem problem;
+  gvk::snapshot(*source, problem);
   out << "read back:    " << mesh_counts(problem.mesh) << ", " << element_count(problem)
       << " elements in " << problem.elements.size() << " kinds, origin x "
       << coordinate(problem.xorig) << " y " << coordinate(problem.yorig) << " z "
@@ -133,7 +133,7 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
   out << "check mesh:   " << findings_text(findings) << " (" << since(start) << ")\n";
 
   start = Clock::now();
-  gvk_json::Mesh& m = problem.mesh;
+  gvk::Mesh& m = problem.mesh;
   gvk::reindex_mesh(m.x, m.y, m.z, m.triangles, kWeldTolerance);
   gvk::remove_unused_vertices(m.x, m.y, m.z, m.triangles);
   out << "clean mesh:   " << mesh_counts(m)

@@ -1,5 +1,6 @@
 #include "plot.h"
 
+#include "json_document.h"
 #include "plot_terrain.h"
 
 #include <cairo-pdf.h>
@@ -65,7 +66,7 @@ struct Figure {
 
 bool finite(const Point& p) { return std::isfinite(p.x) && std::isfinite(p.y); }
 
-void add_points(GradingElementType kind, const gvk_json::ElementSet& set,
+void add_points(GradingElementType kind, const gvk::ElementSet& set,
                 std::vector<Figure>& figures) {
   for (const gravok_grading_element& e : set.records) {
     Figure figure{kind, {}};
@@ -78,7 +79,7 @@ void add_points(GradingElementType kind, const gvk_json::ElementSet& set,
   }
 }
 
-std::vector<Figure> collect_figures(const gvk_json::Problem& problem) {
+std::vector<Figure> collect_figures(const gvk::Problem& problem) {
   std::vector<Figure> figures;
   for (const auto& [kind, set] : problem.elements) {
     if (kind == LowPoint || kind == BoundedPoint || kind == Offset) {
@@ -127,7 +128,7 @@ double round_step(double span, double count) {
   return best;
 }
 
-std::string unit_label(const gvk_json::StoredUnit& unit) {
+std::string unit_label(const gvk::StoredUnit& unit) {
   if (!unit.abbreviation.empty()) return unit.abbreviation;
   if (unit.type != 9 && !unit.name.empty()) return unit.name;
   return "units";
@@ -271,7 +272,7 @@ void draw_figure(cairo_t* cr, const Figure& f, const Layout& l) {
   paint_stroke(cr, s, l.u);
 }
 
-void draw_ground(cairo_t* cr, const gvk_json::Problem& p, const Ground& ground,
+void draw_ground(cairo_t* cr, const gvk::Problem& p, const Ground& ground,
                  const Layout& l, double raster) {
   const int w = std::max(1, static_cast<int>(std::ceil(l.map_width * raster)));
   const int h = std::max(1, static_cast<int>(std::ceil(l.map_height * raster)));
@@ -302,7 +303,7 @@ void stroke_segments(cairo_t* cr, const std::vector<double>& s, double width,
   cairo_stroke(cr);
 }
 
-void draw_mesh_edges(cairo_t* cr, const gvk_json::Mesh& mesh, const Ground& ground,
+void draw_mesh_edges(cairo_t* cr, const gvk::Mesh& mesh, const Ground& ground,
                      const Layout& l) {
   for (std::size_t index : ground.triangles) {
     const gvk::Triangle& t = mesh.triangles[index];
@@ -321,7 +322,7 @@ void draw_mesh_edges(cairo_t* cr, const gvk_json::Mesh& mesh, const Ground& grou
 constexpr int kMaxTicks = 40;
 
 // The map's border with ticks labelled in absolute coordinates.
-void draw_frame(cairo_t* cr, const gvk_json::Problem& p, const Layout& l) {
+void draw_frame(cairo_t* cr, const gvk::Problem& p, const Layout& l) {
   const double u = l.u, left = l.map.left, top = l.map.top;
   const double right = left + l.map_width, bottom = top + l.map_height;
   const double step = round_step(l.map_width / l.map.scale, 6);
@@ -366,7 +367,7 @@ struct LegendEntry {
   std::size_t count;
 };
 
-void draw_scale_bar(cairo_t* cr, const gvk_json::Problem& p, const Layout& l, double x,
+void draw_scale_bar(cairo_t* cr, const gvk::Problem& p, const Layout& l, double x,
                     double y) {
   const double u = l.u;
   const double length = round_step(200 * u / l.map.scale, 1);
@@ -400,8 +401,8 @@ void draw_north(cairo_t* cr, double x, double y, double u) {
   text(cr, x, y - 5 * u, "N", 13 * u, 0.5, true);
 }
 
-void draw_ramp(cairo_t* cr, const gvk_json::Problem& p, const Ground& ground,
-               const Layout& l, double interval, double x, double& y) {
+void draw_ramp(cairo_t* cr, const gvk::Problem& p, const Ground& ground, const Layout& l,
+               double interval, double x, double& y) {
   const double u = l.u;
   const std::string unit = unit_label(p.linear_unit);
   text(cr, x, y, "Elevation (" + unit + ")", 13 * u, 0, true);
@@ -437,7 +438,7 @@ void draw_line_sample(cairo_t* cr, double x, double y, double width, double alph
   cairo_stroke(cr);
 }
 
-void draw_legend(cairo_t* cr, const gvk_json::Problem& p, const Ground& ground,
+void draw_legend(cairo_t* cr, const gvk::Problem& p, const Ground& ground,
                  const Layout& l, double interval, bool have_contours,
                  const std::vector<LegendEntry>& entries) {
   const double u = l.u, x = l.legend_left;
@@ -484,7 +485,7 @@ void draw_legend(cairo_t* cr, const gvk_json::Problem& p, const Ground& ground,
   draw_north(cr, x + 220 * u, y - 10 * u, u);
 }
 
-std::string origin_text(const gvk_json::Problem& p) {
+std::string origin_text(const gvk::Problem& p) {
   const auto exact = [](double v) { return number(v, decimals_for(v)); };
   return "origin x " + exact(p.xorig) + ", y " + exact(p.yorig) + ", z " +
          exact(p.zorig) + " " + unit_label(p.linear_unit) +
@@ -560,7 +561,7 @@ void extent(const Ground& ground, const std::vector<Figure>& figures, double& x0
 }
 
 struct Drawing {
-  const gvk_json::Problem& problem;
+  const gvk::Problem& problem;
   const PlotOptions& options;
   Ground ground;
   std::vector<Figure> figures;
@@ -572,7 +573,7 @@ struct Drawing {
 
 void draw(cairo_t* cr, Drawing& d, double raster) {
   const Layout& l = d.layout;
-  const gvk_json::Problem& p = d.problem;
+  const gvk::Problem& p = d.problem;
   cairo_set_source_rgb(cr, 1, 1, 1);
   cairo_paint(cr);
   cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
@@ -656,7 +657,7 @@ double default_contour_interval(double z_min, double z_max) {
   return round_step(z_max - z_min, 15);
 }
 
-bool plot_problem(const gvk_json::Problem& problem, const PlotOptions& options,
+bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
                   const std::string& path, PlotSummary& summary, std::string& error) {
   Format format;
   if (!pick_format(path, format)) {
@@ -719,7 +720,7 @@ bool plot_problem(const gvk_json::Problem& problem, const PlotOptions& options,
   return render(d, format, path, summary, error);
 }
 
-bool plot_problem(const gvk_json::Problem& problem, const PlotOptions& options,
+bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
                   const std::string& path, std::string& error) {
   PlotSummary summary;
   return plot_problem(problem, options, path, summary, error);

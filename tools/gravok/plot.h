@@ -11,9 +11,7 @@
 #ifndef GRAVOK_TOOLS_PLOT_H
 #define GRAVOK_TOOLS_PLOT_H
 
-// The tool has a problem.h of its own: gvk_json::Problem comes in through the
-// document header of the JSON plug-in.
-#include "json_document.h"
+#include <gravok/problem.h>
 
 #include <cstddef>
 #include <map>
@@ -82,11 +80,11 @@ double default_contour_interval(double z_min, double z_max);
 // unknown suffix, an explicit contour interval that gives more than
 // kMaxContourLevels levels, and a file that cannot be written; a partly written file
 // may then remain. The problem is only read.
-bool plot_problem(const gvk_json::Problem& problem, const PlotOptions& options,
+bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
                   const std::string& path, PlotSummary& summary, std::string& error);
 
 // The same, for a caller that needs no summary.
-bool plot_problem(const gvk_json::Problem& problem, const PlotOptions& options,
+bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
                   const std::string& path, std::string& error);
 
 }  // namespace gravok_tool

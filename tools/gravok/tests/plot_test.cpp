@@ -35,8 +35,8 @@ std::string slurp(const fs::path& path) {
 
 // A square of `side` units at `origin`, n x n cells of two triangles, z = f(x, y) local.
 template <class F>
-gvk_json::Problem square(int n, double side, F f) {
-  gvk_json::Problem p;
+gvk::Problem square(int n, double side, F f) {
+  gvk::Problem p;
   p.xorig = 1000;
   p.yorig = 2000;
   for (int j = 0; j <= n; ++j) {
@@ -77,8 +77,8 @@ std::vector<std::vector<std::pair<double, double>>> svg_paths(const std::string&
   return paths;
 }
 
-gvk_json::ElementSet line_set(std::vector<double> xs, std::vector<double> ys) {
-  gvk_json::ElementSet set;
+gvk::ElementSet line_set(std::vector<double> xs, std::vector<double> ys) {
+  gvk::ElementSet set;
   set.records.resize(1);
   set.xs = {std::move(xs)};
   set.ys = {std::move(ys)};
@@ -88,7 +88,7 @@ gvk_json::ElementSet line_set(std::vector<double> xs, std::vector<double> ys) {
 TEST(PlotProblem, ContoursOfAPlaneLieOnItsLevelLines) {
   // z = 0.5 x + 0.1 y over 100 x 100: contours every 5 from 5 to 60, straight lines.
   const auto plane = [](double x, double y) { return 0.5 * x + 0.1 * y; };
-  const gvk_json::Problem p = square(10, 100, plane);
+  const gvk::Problem p = square(10, 100, plane);
   gravok_tool::PlotOptions options;
   options.contour_interval = 5;
   gravok_tool::PlotSummary s;
@@ -119,7 +119,7 @@ TEST(PlotProblem, ContoursOfAPlaneLieOnItsLevelLines) {
 }
 
 TEST(PlotProblem, LegendNamesEveryKindAndTheExtentHoldsTheSite) {
-  gvk_json::Problem p = square(4, 100, [](double x, double) { return x; });
+  gvk::Problem p = square(4, 100, [](double x, double) { return x; });
   const std::vector<double> xs = {10, 90, 90, 10}, ys = {10, 10, 90, 90};
   std::vector<GradingElementType> kinds = gvk::allElementTypes();
   kinds.push_back(ParkingLot);
@@ -162,24 +162,24 @@ TEST(PlotProblem, PlotsWhateverTheProblemHolds) {
   const auto hill = [](double x, double y) { return x * y / 100; };
   struct Case {
     const char* name;
-    gvk_json::Problem problem;
+    gvk::Problem problem;
     std::size_t drawn, skipped;
   };
   std::vector<Case> cases;
-  cases.push_back({"empty", gvk_json::Problem{}, 0, 0});
+  cases.push_back({"empty", gvk::Problem{}, 0, 0});
   cases.push_back({"mesh only", square(3, 30, hill), 18, 0});
-  gvk_json::Problem no_mesh;
+  gvk::Problem no_mesh;
   no_mesh.elements[Pond] = line_set({0, 10, 10}, {0, 0, 10});
   no_mesh.elements[LowPoint].records.resize(2);  // both at the origin
   cases.push_back({"elements only", no_mesh, 0, 0});
-  gvk_json::Problem bad = square(3, 30, hill);
+  gvk::Problem bad = square(3, 30, hill);
   bad.mesh.x[5] = nan;                       // in 6 triangles
   bad.mesh.triangles[0][1] = 1ull << 62;     // out of range
   bad.mesh.z.resize(bad.mesh.z.size() - 1);  // the last vertex, in 1 triangle
   bad.elements[DrainLine] = line_set({0, nan, 20, 30}, {0, 5, 20});  // uneven lists
   cases.push_back({"bad vertices", bad, 10, 8});
   cases.push_back({"flat", square(3, 30, [](double, double) { return 7.0; }), 18, 0});
-  gvk_json::Problem dot;
+  gvk::Problem dot;
   dot.elements[LowPoint].records.resize(1);
   dot.elements[LowPoint].records[0].location[0] = 1e15;
   cases.push_back({"one far point", dot, 0, 0});
@@ -204,7 +204,7 @@ TEST(PlotProblem, PlotsWhateverTheProblemHolds) {
 }
 
 TEST(PlotProblem, RefusesWhatItCannotDraw) {
-  const gvk_json::Problem p = square(2, 100, [](double x, double) { return x; });
+  const gvk::Problem p = square(2, 100, [](double x, double) { return x; });
   struct Case {
     std::string path;
     double interval;
@@ -264,7 +264,7 @@ TEST(RunDemo, WritesFilesThatReadBack) {
     EXPECT_TRUE(fs::exists(dir / name));
     EXPECT_NE(out.str().find((dir / name).string()), std::string::npos);
   }
-  gvk_json::Problem back;
+  gvk::Problem back;
   std::string error;
   ASSERT_TRUE(gvk_json::read_file((dir / "site.json").string(), back, error)) << error;
   EXPECT_EQ(back.mesh.triangles.size(), 800u);
