@@ -356,7 +356,8 @@ int plot(const Options& o) {
 }
 
 int demo(const Options& o) {
-  return run_demo(o.location, std::cout) == 0 ? kSuccess : kFailed;
+  const int cells = o.triangles == 0 ? kDemoCells : demo_cells(o.triangles);
+  return run_demo(o.location, std::cout, cells) == 0 ? kSuccess : kFailed;
 }
 
 }  // namespace gravok_tool

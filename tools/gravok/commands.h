@@ -33,7 +33,8 @@ struct Options {
   bool mesh_edges = false;
   bool json = false;
   bool records_only = false;
-  bool strict = false;  // copy: exit 1 when the store dropped anything
+  bool strict = false;               // copy: exit 1 when the store dropped anything
+  unsigned long long triangles = 0;  // demo: the site's size, 0 for the default
 };
 
 // `text` as a JSON string literal.

@@ -96,14 +96,14 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
   const std::string json = outdir + "/site.json";
 
   auto start = Clock::now();
-  const gvk::Problem site = demo_site(cells);
-  out << "build site:   " << mesh_counts(site.mesh) << ", " << element_count(site)
-      << " elements in " << site.elements.size() << " kinds, origin x "
-      << coordinate(site.xorig) << " y " << coordinate(site.yorig) << " ft ("
-      << since(start) << ")\n";
-
-  start = Clock::now();
   {
+    // The site is released once it is copied, before the document is read back.
+    const gvk::Problem site = demo_site(cells);
+    out << "build site:   " << mesh_counts(site.mesh) << ", " << element_count(site)
+        << " elements in " << site.elements.size() << " kinds, origin x "
+        << coordinate(site.xorig) << " y " << coordinate(site.yorig) << " ft ("
+        << since(start) << ")\n";
+    start = Clock::now();
     gvk::Problem target;
     target.xorig = 2001000.0;
     target.yorig = 501000.0;

@@ -9,7 +9,8 @@
 
 namespace gravok_tool {
 
-// Builds the demo site (`cells` as demo_site takes it), copies it with copyAllFrom into
+// Builds the demo site (`cells` as demo_site takes it; demo_cells() finds the cells for
+// a number of triangles), copies it with copyAllFrom into
 // a JSON store at another origin (x 2,001,000, y 501,000, z 100 ft), writing
 // OUTDIR/site.json; reads that document back through the JSON source; checks its mesh;
 // cleans it (reindex_mesh with a tolerance of 0.001 ft, then remove_unused_vertices)

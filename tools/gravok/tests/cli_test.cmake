@@ -110,6 +110,11 @@ expect(0 "fill +15416\\.667 m.*Pond 1:\n  compared area 100\\.000 m.*fill +156\\
 expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \"fill\": 156\\.25"
        volume ${d}/example.json ${d}/raised.json --by-element --json)
 
+# The demo at its smallest size, 4 cells a side; a size beyond the range is refused.
+expect(0 "build site: +34 vertices, 32 triangles.*clean mesh: +25 vertices, 32 triangles"
+       demo ${d}/tiny-demo --triangles 32)
+expect(2 "--triangles: Value 31 not in range 32 to 100000000" demo ${d}/no-demo --triangles 31)
+
 # A real surface from design software, through the LandXML plug-in module.
 if(LANDXML_PLUGIN)
   set(civil ${DATA_DIR}/landxml/civil_example_clean.xml)
