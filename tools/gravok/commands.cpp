@@ -357,7 +357,7 @@ int plot(const Options& o) {
 
 int demo(const Options& o) {
   const int cells = o.triangles == 0 ? kDemoCells : demo_cells(o.triangles);
-  return run_demo(o.location, std::cout, cells) == 0 ? kSuccess : kFailed;
+  return run_demo(o.location, std::cout, cells, o.site_only) == 0 ? kSuccess : kFailed;
 }
 
 }  // namespace gravok_tool

@@ -35,6 +35,7 @@ struct Options {
   bool records_only = false;
   bool strict = false;               // copy: exit 1 when the store dropped anything
   unsigned long long triangles = 0;  // demo: the site's size, 0 for the default
+  bool site_only = false;            // demo: stop once site.json is written
 };
 
 // `text` as a JSON string literal.

@@ -88,7 +88,7 @@ std::string size_of(const std::string& path) {
 
 }  // namespace
 
-int run_demo(const std::string& outdir, std::ostream& out, int cells) {
+int run_demo(const std::string& outdir, std::ostream& out, int cells, bool site_only) {
   using Clock = std::chrono::steady_clock;
   std::error_code ec;
   std::filesystem::create_directories(outdir, ec);
@@ -115,6 +115,10 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
   }
   out << "copy:         copyAllFrom into the JSON store " << json
       << " at origin x 2001000 y 501000 z 100 (" << since(start) << ")\n";
+  if (site_only) {
+    out << "wrote:\n  " << json << "  " << size_of(json) << "\n";
+    return 0;
+  }
 
   start = Clock::now();
   std::string error;

@@ -113,6 +113,8 @@ expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \
 # The demo at its smallest size, 4 cells a side; a size beyond the range is refused.
 expect(0 "build site: +34 vertices, 32 triangles.*clean mesh: +25 vertices, 32 triangles"
        demo ${d}/tiny-demo --triangles 32)
+expect(0 "copy: .*site.json.*wrote:\n  [^\n]*site.json  [0-9]+ bytes\n$"
+       demo ${d}/site-only --triangles 200 --site-only)
 expect(2 "--triangles: Value 31 not in range 32 to 100000000" demo ${d}/no-demo --triangles 31)
 
 # A real surface from design software, through the LandXML plug-in module.
