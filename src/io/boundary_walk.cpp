@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <memory>
 
 namespace gvk {
 namespace {
@@ -162,7 +163,8 @@ class PairTable {
  public:
   // Builds the table; false when some slot would hold more than two entries.
   bool build(const std::vector<Segment>& segments, const Slots& slots) {
-    m_values.resize(2 * slots.count());
+    // Only entries that are added are ever read, so the values start unset.
+    m_values.reset(new int[2 * slots.count()]);
     m_entries.assign(slots.count(), 0);
     for (const Segment& s : segments) {
       if (!add(slots.of(s.a), s.b) || !add(slots.of(s.b), s.a)) return false;
@@ -192,7 +194,7 @@ class PairTable {
     return true;
   }
 
-  std::vector<int> m_values;
+  std::unique_ptr<int[]> m_values;
   std::vector<unsigned char> m_entries;
 };
 

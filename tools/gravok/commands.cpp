@@ -8,6 +8,7 @@
 #include "json_store.h"
 #include "mesh_files.h"
 #include "plot.h"
+#include "progress.h"
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
@@ -25,37 +26,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#if defined(_WIN32)
-#include <io.h>
-#define GRAVOK_ISATTY _isatty
-#define GRAVOK_FILENO _fileno
-#else
-#include <unistd.h>
-#define GRAVOK_ISATTY isatty
-#define GRAVOK_FILENO fileno
-#endif
-
 namespace gravok_tool {
 namespace {
-
-// Step names on stderr while a long command runs, when stderr is a terminal;
-// nothing at all when it is not.
-class Progress {
- public:
-  Progress() : m_shown(GRAVOK_ISATTY(GRAVOK_FILENO(stderr)) != 0) {}
-  ~Progress() {
-    if (m_shown && m_width) std::cerr << "\r" << std::string(m_width, ' ') << "\r";
-  }
-  void step(const std::string& text) {
-    if (!m_shown) return;
-    std::cerr << "\r" << std::string(m_width, ' ') << "\r" << text << "..." << std::flush;
-    m_width = text.size() + 3;
-  }
-
- private:
-  bool m_shown;
-  std::size_t m_width = 0;
-};
 
 std::wstring wide(const std::string& text) { return gvk::from_utf8(text); }
 
@@ -335,12 +307,14 @@ int plot(const Options& o) {
   Progress progress;
   Problem problem;
   if (!read_location(o.location, progress, problem)) return kUsage;
-  progress.step("drawing " + o.target);
   GRAVOK_LOG_TIMING(wide("plot " + o.location + " took "));
   PlotOptions options;
   options.contour_interval = o.contour;
   options.mesh_edges = o.mesh_edges;
   options.title = o.location;
+  options.on_stage = [&](const std::string& stage) {
+    progress.step(o.target + ": " + stage);
+  };
   PlotSummary summary;
   std::string error;
   if (!plot_problem(problem, options, o.target, summary, error)) {

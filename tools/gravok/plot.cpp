@@ -664,6 +664,10 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
     error = path + ": unknown plot format (the name must end in .svg, .png or .pdf)";
     return false;
   }
+  const auto stage = [&options](const char* name) {
+    if (options.on_stage) options.on_stage(name);
+  };
+  stage("surveying the ground");
   Drawing d{problem,
             options,
             survey_ground(problem.mesh),
@@ -690,6 +694,7 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
   double x0, x1, y0, y1;
   extent(g, d.figures, x0, x1, y0, y1);
   d.layout = lay_out(options, x0, x1, y0, y1, d.entries.size());
+  stage("tracing contours");
   trace_contours(problem.mesh, g, d.layout.map, range > 0 ? d.interval : 0.0,
                  problem.zorig, d.contours, d.index_contours);
 
@@ -717,6 +722,7 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
   summary.scale = l.map.scale;
   summary.page_width = l.width;
   summary.page_height = l.height;
+  stage("drawing");
   return render(d, format, path, summary, error);
 }
 

@@ -14,6 +14,7 @@
 #include <gravok/problem.h>
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -32,6 +33,9 @@ struct PlotOptions {
   int width = 1400;
   // The heading above the map; empty gives "Plan view".
   std::string title;
+  // When set, called as each stage of the work begins, with its name ("surveying the
+  // ground", "tracing contours", "drawing"), for a progress display.
+  std::function<void(const std::string&)> on_stage;
 };
 
 // What a plot showed, for a caller's report and for tests. Absolute coordinates.
