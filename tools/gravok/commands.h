@@ -33,6 +33,7 @@ struct Options {
   bool mesh_edges = false;
   bool json = false;
   bool records_only = false;
+  bool strict = false;  // copy: exit 1 when the store dropped anything
 };
 
 // `text` as a JSON string literal.

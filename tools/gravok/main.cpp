@@ -97,6 +97,8 @@ int main(int argc, char** argv) {
   copy->add_option("store", o.target, "the location to write")->required();
   copy->add_flag("--records-only", o.records_only,
                  "move only what copyFrom moves (settings, mesh, element records)");
+  copy->add_flag("--strict", o.strict,
+                 "exit 1 when the store dropped anything (or cannot say what it drops)");
 
   CLI::App* dump = app.add_subcommand(
       "dump", "write everything a source answers as a JSON problem document");
