@@ -3,6 +3,8 @@
 #include <gravok/element_types.h>
 #include <gravok/problem.h>
 
+#include "recording_store.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -164,23 +166,21 @@ TEST(ProblemSource, SelectsSurfacesByIdAndKeepsTheMainOneOtherwise) {
 }
 
 TEST(ProblemStore, KeepsEverythingTheCompleteTransferHandsIt) {
-  Problem p = rich_problem();
-  Problem start;  // the store at the source's origin receives coordinates unchanged
-  start.xorig = p.xorig;
-  start.yorig = p.yorig;
-  start.zorig = p.zorig;
-  gvk::ProblemSource source(p);
-  gvk::ProblemStore store(start);
-  store.copyAllFrom(source);
-  // What the transfer leaves behind: GUIDs, surfaces and the description.
-  p.guids_valid = false;
-  p.guids.clear();
-  p.description = gvk::ProblemDescription();
-  Problem received = store.problem();
-  received.guids.clear();
-  EXPECT_EQ(lines(gvk::compare_problems(p, received)), "");
-  gvk::ProblemSource again(received);
-  EXPECT_EQ(lines(gvk::compare_problems(received, snapshot_of(again))), "");
+  for (Problem p : {rich_problem(), surveyed_problem()}) {
+    Problem start;  // the store at the source's origin receives coordinates unchanged
+    start.xorig = p.xorig;
+    start.yorig = p.yorig;
+    start.zorig = p.zorig;
+    gvk::ProblemSource source(p);
+    gvk::ProblemStore store(start);
+    store.copyAllFrom(source);
+    p.guids_valid = false;  // the one part a transfer leaves behind
+    p.guids.clear();
+    Problem received = store.problem();
+    EXPECT_EQ(lines(gvk::compare_problems(p, received)), "");
+    gvk::ProblemSource again(received);
+    EXPECT_EQ(lines(gvk::compare_problems(received, snapshot_of(again))), "");
+  }
 }
 
 TEST(ProblemStore, ReceivesAbsoluteValuesAtItsOwnOrigin) {
@@ -370,6 +370,26 @@ TEST(Snapshot, KeepsEverySurfaceAtItsAbsolutePlace) {
   EXPECT_EQ(far.mesh.y[1] + p.yorig, 6400999.5);
   EXPECT_EQ(far.mesh.z[1] + p.zorig, 21);
   EXPECT_EQ(p.surfaces[0].mesh.x, p.mesh.x) << "the near surface needs no shift";
+}
+
+TEST(CopyAllFrom, MovesEachSurfaceByItsOwnOriginIntoAStoreThatKeepsThem) {
+  OriginPerSurface source;
+  gvk::ProblemStore store;  // origin zero: every value arrives absolute
+  store.copyAllFrom(source);
+  EXPECT_EQ(source.selected, (std::vector<unsigned long long>{10, 20, 10}));
+  const Problem& p = store.problem();
+  ASSERT_EQ(p.surfaces.size(), 2u);
+  EXPECT_EQ(p.surface_names, (std::vector<std::string>{"near", "far"}));
+  EXPECT_EQ(p.surfaces[1].mesh.x, (std::vector<double>{501000, 501000.125}));
+  EXPECT_EQ(p.surfaces[1].mesh.y, (std::vector<double>{6401000, 6400999.5}));
+  EXPECT_EQ(p.surfaces[0].mesh.z, (std::vector<double>{10, 11}));
+  EXPECT_EQ(p.mesh.x, p.surfaces[0].mesh.x);
+
+  gvk_test::CallLog log;
+  gvk_test::Recorder plain(log, "store");
+  OriginPerSurface untouched;
+  plain.copyAllFrom(untouched);
+  EXPECT_TRUE(untouched.selected.empty()) << "a store written for 1.0 sees no surfaces";
 }
 
 TEST(Snapshot, TakesTheDescriptionOfASourceThatGivesOne) {
