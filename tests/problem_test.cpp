@@ -72,7 +72,8 @@ Problem rich_problem() {
   p.elements[ParkingLot].complex.double_lists_11 = {{kNan}};
   p.guids_valid = true;
   p.guids = {{42, "{guid-42}"}};
-  p.description.coordinate_system = {"3007", "PROJCS[\"x\"]", "SWEREF99 12 00"};
+  p.description.coordinate_system = {"3007",      "PROJCS[\"x\"]", "",      "SWEREF 99",
+                                     "SWEREF-99", "SWEREF99",      "RH2000"};
   p.description.application_name = "Site designer";
   p.description.application_version = "2023";
   return p;
@@ -264,8 +265,9 @@ TEST(ProblemStore, EverySetterReplacesItsPartAndTellsOnce) {
        [](const Problem& p) { return p.elements.at(Pond).xs.size() == 1; }},
       {"set_description",
        [](gvk::DataStore& s) {
-         dynamic_cast<gvk::DescribedStore&>(s).set_description(
-             {{"1", "", ""}, "", "", {}});
+         gvk::ProblemDescription d;
+         d.coordinate_system.epsg_code = "1";
+         dynamic_cast<gvk::DescribedStore&>(s).set_description(d);
        },
        [](const Problem& p) { return p.description.coordinate_system.epsg_code == "1"; }},
       {"set_surfaces",
@@ -316,6 +318,10 @@ TEST(CompareProblems, NamesEveryPartThatDiffersBitForBit) {
       {"/guids/valid", [](Problem& p) { p.guids_valid = false; }},
       {"/description/coordinate_system/wkt",
        [](Problem& p) { p.description.coordinate_system.wkt.clear(); }},
+      {"/description/coordinate_system/vertical_datum",
+       [](Problem& p) { p.description.coordinate_system.vertical_datum += "x"; }},
+      {"/description/application/version",
+       [](Problem& p) { p.description.application_version.clear(); }},
       {"/description/surfaces/3",
        [](Problem& p) { p.description.surface_descriptions[3] = "C"; }},
   };
