@@ -4,8 +4,8 @@
 #   libgravok-data1     component Runtime: the shared library, named after its SONAME
 #   libgravok-data-dev  component Development: headers, the .so link, the CMake package
 #                       and gravok-data.pc; depends on exactly this libgravok-data1
-#   gravok-tools        component tools: the gravok tool, its manual page and the JSON
-#                       and LandXML plug-in modules
+#   gravok-tools        component tools: the gravok tool, its manual page and the JSON,
+#                       LandXML and DXF plug-in modules
 #   python3-gravok      component python: the package gravok for Debian's python3
 #
 # Each package carries in /usr/share/doc/<package>/ the copyright file (written from
@@ -174,8 +174,8 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "exchange of terrain-grading problems - tool 
 ${gravok_deb_about}
 
 This package holds the gravok tool, which opens, inspects, copies, plots and
-cleans grading problems, and the plug-in modules for JSON problem documents
-and LandXML surfaces.")
+cleans grading problems, and the plug-in modules for JSON problem documents,
+LandXML surfaces and DXF drawings.")
 
 if(TARGET gravok_python)
   # The extension is built for one interpreter version: the package depends on it.
