@@ -239,6 +239,13 @@ TEST(DxfReader, MakesSurfacesElementsAndBreakLinesByLayer) {
        {},
        0,
        "left out: 1 CIRCLE, 1 TEXT"},
+      {"a polyline whose SEQEND is missing",
+       drawing(polyline3d("DrainLine", {kA, kB})
+                   .substr(0, polyline3d("DrainLine", {kA, kB}).size() - 9)),
+       {},
+       {{DrainLine, 1}},
+       0,
+       ""},
       {"paper space left out",
        drawing("0\nPOINT\n67\n1\n8\nLowPoint\n10\n0\n20\n0\n"),
        {},
