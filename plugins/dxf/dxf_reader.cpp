@@ -253,6 +253,10 @@ bool Placer::place(const Shape& s, const Transform& t, std::uint32_t inherited_l
     }
     m_budget -= points.size();
   }
+  if (s.kind == Shape::kMesh && s.faces.empty()) {
+    note("polyface meshes without faces left out", layer, s.line);
+    return true;
+  }
   if (s.kind == Shape::kFace || s.kind == Shape::kMesh) {
     auto [at, added] = m_surface_of_layer.emplace(layer, m_surfaces.size());
     if (added) {
