@@ -16,6 +16,8 @@
 #include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
+#include <gravok/replace_file.h>
+#include <gravok/store_losses.h>
 #include <gravok/surfaces.h>
 #include <gravok/text.h>
 #include <gravok/triangle_files.h>

@@ -71,10 +71,21 @@ std::string JsonSourceProvider::description() const {
   return std::string("JSON problem documents, read only: ") + kLocations;
 }
 
+namespace {
+
+// Opens a source, or says why not (gvk::reportRefusal) and returns an empty pointer.
+std::unique_ptr<gvk::DataSource> source_or_refusal(const std::string& location) {
+  std::string error;
+  std::unique_ptr<gvk::DataSource> source = open_source(location, error);
+  if (!source) gvk::reportRefusal(error);
+  return source;
+}
+
+}  // namespace
+
 std::unique_ptr<gvk::DataSource> JsonSourceProvider::createDataSource(
     const std::string& location) const {
-  std::string error;
-  return open_source(location, error);
+  return source_or_refusal(location);
 }
 
 bool JsonStoreProvider::canHandle(const std::string& location) const {
@@ -87,14 +98,15 @@ std::string JsonStoreProvider::description() const {
 
 std::unique_ptr<gvk::DataSource> JsonStoreProvider::createDataSource(
     const std::string& location) const {
-  std::string error;
-  return open_source(location, error);
+  return source_or_refusal(location);
 }
 
 std::unique_ptr<gvk::DataStore> JsonStoreProvider::createDataStore(
     const std::string& location) const {
   std::string error;
-  return open_store(location, error);
+  std::unique_ptr<gvk::DataStore> store = open_store(location, error);
+  if (!store) gvk::reportRefusal(error);
+  return store;
 }
 
 // What this copy of the code registered, so that unregistering never removes

@@ -54,6 +54,10 @@ py::str str_from_units(const std::wstring& units);
 // The UTF-16 units of a str (characters beyond the BMP become surrogate pairs).
 std::wstring units_from_str(const py::str& text);
 
+// A location or path given as str, bytes or os.PathLike (pathlib.Path), as the bytes
+// the file system uses for it (UTF-8 for a str). TypeError for anything else.
+std::string path_from(const py::handle& location);
+
 // DataSource::ComplexElementData as Python sees it.
 using ComplexData = gvk::DataSource::ComplexElementData;
 

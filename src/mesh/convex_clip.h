@@ -65,7 +65,8 @@ inline bool clip_to_triangle(const ConvexPolygon& in, const PlanPoint* t,
   if (out.count < 3) return false;
   clip_left_of(out, t[2], t[0], work);
   if (work.count < 3) return false;
-  out = work;
+  out.count = work.count;
+  for (int k = 0; k < work.count; ++k) out.corner[k] = work.corner[k];
   return true;
 }
 

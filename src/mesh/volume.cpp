@@ -74,55 +74,18 @@ double largest_elevation(const MeshView& mesh) {
   return most;
 }
 
-// The triangle's plane, or false when it has no plan area (or so little that its
-// slope overflows a double).
-bool make_plan_triangle(PlanPoint c[3], double z[3], PlanTriangle& out) {
-  double twice = cross(c[0], c[1], c[2]);
-  if (twice == 0.0) return false;
-  if (twice < 0.0) {
-    std::swap(c[1], c[2]);
-    std::swap(z[1], z[2]);
-    twice = -twice;
-  }
-  const double gx =
-      ((z[1] - z[0]) * (c[2].y - c[0].y) - (z[2] - z[0]) * (c[1].y - c[0].y)) / twice;
-  const double gy =
-      ((c[1].x - c[0].x) * (z[2] - z[0]) - (c[2].x - c[0].x) * (z[1] - z[0])) / twice;
-  if (!std::isfinite(gx) || !std::isfinite(gy)) return false;
-  out = PlanTriangle{{c[0], c[1], c[2]}, z[0], gx, gy};
-  return true;
-}
-
-bool finite_differences(const PlanPoint c[3]) {
-  for (int k = 0; k < 3; ++k) {
-    const PlanPoint& a = c[k];
-    const PlanPoint& b = c[(k + 1) % 3];
-    if (!std::isfinite(a.x) || !std::isfinite(a.y) || !std::isfinite(b.x - a.x) ||
-        !std::isfinite(b.y - a.y)) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// The mesh's triangles of positive plan area, relative to the origin. Returns the
-// fault when a triangle's coordinate differences overflow.
+// The fault of the first triangle whose coordinate differences overflow; when
+// `out` is given, it receives the triangles of positive plan area.
 std::string prepare(const MeshView& mesh, const PlanPoint& origin,
-                    std::vector<PlanTriangle>& out) {
-  out.reserve(mesh.triangles.size());
+                    std::vector<PlanTriangle>* out) {
+  if (out != nullptr) out->reserve(mesh.triangles.size());
+  PlanTriangle prepared;
   for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-    PlanPoint c[3];
-    double z[3];
-    for (int k = 0; k < 3; ++k) {
-      const unsigned long long v = mesh.triangles[t][k];
-      c[k] = PlanPoint{mesh.x[v] - origin.x, mesh.y[v] - origin.y};
-      z[k] = mesh.z[v];
-    }
-    if (!finite_differences(c)) {
+    const PlanTriangleMade made = make_plan_triangle(mesh, t, origin, prepared);
+    if (made == PlanTriangleMade::too_large) {
       return "triangle " + std::to_string(t) + " is too large to compute with";
     }
-    PlanTriangle prepared;
-    if (make_plan_triangle(c, z, prepared)) out.push_back(prepared);
+    if (made == PlanTriangleMade::made && out != nullptr) out->push_back(prepared);
   }
   return std::string();
 }
@@ -150,12 +113,12 @@ VolumeResult refused(std::string message) {
   return result;
 }
 
-// The two meshes, checked and prepared, with the origin and the zero of differences.
+// The two meshes checked, the top's triangles prepared, with the origin and the zero of
+// differences.
 struct Surfaces {
   std::string fault;
   PlanPoint origin{0.0, 0.0};
   double zero = 0.0;
-  std::vector<PlanTriangle> base;
   std::vector<PlanTriangle> top;
 };
 
@@ -168,16 +131,18 @@ Surfaces prepare_surfaces(const MeshView& base, const MeshView& top) {
   if (!s.fault.empty()) return s;
   s.origin = local_origin(base, top);
   s.zero = kZeroShare * std::max(largest_elevation(base), largest_elevation(top));
-  if (!(fault = prepare(base, s.origin, s.base)).empty()) s.fault = "base mesh: " + fault;
-  if (s.fault.empty() && !(fault = prepare(top, s.origin, s.top)).empty()) {
+  if (!(fault = prepare(base, s.origin, nullptr)).empty())
+    s.fault = "base mesh: " + fault;
+  if (s.fault.empty() && !(fault = prepare(top, s.origin, &s.top)).empty()) {
     s.fault = "top mesh: " + fault;
   }
   return s;
 }
 
 // Runs the overlay and fills the result's figures; refuses figures that overflowed.
-VolumeResult summed(const Surfaces& s, const OverlayRequest& request) {
-  const OverlaySums sums = overlay(s.base, s.top, request);
+VolumeResult summed(const MeshView& base, const Surfaces& s,
+                    const OverlayRequest& request) {
+  const OverlaySums sums = overlay(base, s.origin, s.top, request);
   VolumeResult result;
   result.total = earthwork_of(sums.whole);
   bool all_finite = finite(result.total);
@@ -199,7 +164,7 @@ VolumeResult volume_between(const MeshView& base, const MeshView& top) {
   if (!s.fault.empty()) return refused(s.fault);
   OverlayRequest request;
   request.zero = s.zero;
-  return summed(s, request);
+  return summed(base, s, request);
 }
 
 VolumeResult volume_between(const MeshView& base, const MeshView& top,
@@ -215,7 +180,7 @@ VolumeResult volume_between(const MeshView& base, const MeshView& top,
   request.fans = &fans;
   request.region_count = 1;
   request.zero = s.zero;
-  VolumeResult result = summed(s, request);
+  VolumeResult result = summed(base, s, request);
   if (result.ok) {
     result.total = result.regions.front();
     result.regions.clear();
@@ -243,7 +208,7 @@ VolumeResult volumes_by_region(const MeshView& base, const MeshView& top,
   request.fans = &fans;
   request.region_count = count;
   request.zero = s.zero;
-  VolumeResult result = summed(s, request);
+  VolumeResult result = summed(base, s, request);
   if (result.ok) result.region_faults = std::move(faults);
   return result;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace gvk {
 namespace {
@@ -12,6 +13,18 @@ namespace {
 // Coverage beyond a triangle's own area by more than this share of it is a layer.
 constexpr double kLayeredShare = 1e-9;
 constexpr std::uint32_t kUnseen = std::numeric_limits<std::uint32_t>::max();
+
+bool finite_differences(const PlanPoint c[3]) {
+  for (int k = 0; k < 3; ++k) {
+    const PlanPoint& a = c[k];
+    const PlanPoint& b = c[(k + 1) % 3];
+    if (!std::isfinite(a.x) || !std::isfinite(a.y) || !std::isfinite(b.x - a.x) ||
+        !std::isfinite(b.y - a.y)) {
+      return false;
+    }
+  }
+  return true;
+}
 
 template <typename Emit>
 void emit_box_rows(const PlanGrid& grid, const PlanBox& box, Emit emit) {
@@ -94,9 +107,10 @@ PlanGrid fan_grid(const std::vector<FanTriangle>& fans, const PlanBox& extent,
 
 class Overlay {
  public:
-  Overlay(const std::vector<PlanTriangle>& base, const std::vector<PlanTriangle>& top,
-          const OverlayRequest& request)
+  Overlay(const MeshView& base, const PlanPoint& origin,
+          const std::vector<PlanTriangle>& top, const OverlayRequest& request)
       : m_base(base),
+        m_origin(origin),
         m_top(top),
         m_request(request),
         m_grid(triangle_grid(top)),
@@ -106,13 +120,17 @@ class Overlay {
     if (request.fans != nullptr && !request.fans->empty()) {
       const PlanBox extent = fan_extent(*request.fans);
       m_fans.reset(new FanIndex{*request.fans, extent,
-                                fan_grid(*request.fans, extent, base.size())});
+                                fan_grid(*request.fans, extent, base.triangles.size())});
       m_fan_seen.assign(request.fans->size(), 0);
     }
   }
 
   OverlaySums run() {
-    for (std::size_t i = 0; i < m_base.size(); ++i) compare(i);
+    PlanTriangle b;
+    for (std::size_t i = 0; i < m_base.triangles.size(); ++i) {
+      if (make_plan_triangle(m_base, i, m_origin, b) == PlanTriangleMade::made)
+        compare(i, b);
+    }
     for (std::size_t j = 0; j < m_top.size(); ++j) {
       m_sums.base_layered_area += excess(m_top_cover[j], area_of(m_top[j]));
     }
@@ -128,9 +146,8 @@ class Overlay {
     return more > kLayeredShare * area ? more : 0.0;
   }
 
-  // Compares base triangle i with every top triangle registered near it.
-  void compare(std::size_t i) {
-    const PlanTriangle& b = m_base[i];
+  // Compares base triangle i, b, with every top triangle registered near it.
+  void compare(std::size_t i, const PlanTriangle& b) {
     const PlanBox box = b.box();
     if (!m_request.whole && (!m_fans || !box.overlaps(m_fans->extent))) return;
     ConvexPolygon subject;
@@ -200,7 +217,8 @@ class Overlay {
     }
   }
 
-  const std::vector<PlanTriangle>& m_base;
+  const MeshView& m_base;
+  PlanPoint m_origin;
   const std::vector<PlanTriangle>& m_top;
   const OverlayRequest& m_request;
   PlanGrid m_grid;
@@ -218,14 +236,40 @@ class Overlay {
 
 }  // namespace
 
-OverlaySums overlay(const std::vector<PlanTriangle>& base,
+PlanTriangleMade make_plan_triangle(const MeshView& mesh, std::size_t t,
+                                    const PlanPoint& origin, PlanTriangle& out) {
+  PlanPoint c[3];
+  double z[3];
+  for (int k = 0; k < 3; ++k) {
+    const unsigned long long v = mesh.triangles[t][k];
+    c[k] = PlanPoint{mesh.x[v] - origin.x, mesh.y[v] - origin.y};
+    z[k] = mesh.z[v];
+  }
+  if (!finite_differences(c)) return PlanTriangleMade::too_large;
+  double twice = cross(c[0], c[1], c[2]);
+  if (twice == 0.0) return PlanTriangleMade::no_area;
+  if (twice < 0.0) {
+    std::swap(c[1], c[2]);
+    std::swap(z[1], z[2]);
+    twice = -twice;
+  }
+  const double gx =
+      ((z[1] - z[0]) * (c[2].y - c[0].y) - (z[2] - z[0]) * (c[1].y - c[0].y)) / twice;
+  const double gy =
+      ((c[1].x - c[0].x) * (z[2] - z[0]) - (c[2].x - c[0].x) * (z[1] - z[0])) / twice;
+  if (!std::isfinite(gx) || !std::isfinite(gy)) return PlanTriangleMade::no_area;
+  out = PlanTriangle{{c[0], c[1], c[2]}, z[0], gx, gy};
+  return PlanTriangleMade::made;
+}
+
+OverlaySums overlay(const MeshView& base, const PlanPoint& origin,
                     const std::vector<PlanTriangle>& top, const OverlayRequest& request) {
-  if (base.empty() || top.empty()) {
+  if (base.triangles.empty() || top.empty()) {
     OverlaySums none;
     none.regions.resize(request.region_count);
     return none;
   }
-  return Overlay(base, top, request).run();
+  return Overlay(base, origin, top, request).run();
 }
 
 }  // namespace gvk

@@ -7,6 +7,9 @@
 #include "plan_grid.h"
 #include "volume_region.h"
 
+#include <gravok/volume.h>
+
+#include <cstddef>
 #include <vector>
 
 namespace gvk {
@@ -29,6 +32,14 @@ struct PlanTriangle {
   }
 };
 
+enum class PlanTriangleMade { made, no_area, too_large };
+
+// Triangle t of the mesh (whose indices and coordinates are known to be valid)
+// relative to `origin`. no_area: it has no plan area, or so little that its slope
+// overflows a double; too_large: its coordinate differences overflow.
+PlanTriangleMade make_plan_triangle(const MeshView& mesh, std::size_t t,
+                                    const PlanPoint& origin, PlanTriangle& out);
+
 // What to sum: the whole common area, the regions of `fans`, or both. With
 // `whole` false only base triangles near the regions are visited.
 struct OverlayRequest {
@@ -46,9 +57,11 @@ struct OverlaySums {
   double top_layered_area = 0.0;
 };
 
-// Sums (top - base) over every piece where a base and a top triangle overlap, split
-// by sign, and over each region's fan triangles with their weights.
-OverlaySums overlay(const std::vector<PlanTriangle>& base,
+// Sums (top - base) over every piece where a base triangle and a top triangle
+// overlap, split by sign, and over each region's fan triangles with their weights.
+// The base's triangles are made one at a time relative to `origin` (none of them is
+// too large); the top's, made before, are indexed.
+OverlaySums overlay(const MeshView& base, const PlanPoint& origin,
                     const std::vector<PlanTriangle>& top, const OverlayRequest& request);
 
 }  // namespace gvk

@@ -82,13 +82,12 @@ class MeshFileProvider : public gvk::DataSourceProvider {
   std::unique_ptr<gvk::DataSource> createDataSource(
       const std::string& location) const override {
     gvk::Problem problem;
-    if (!m_read(location, problem)) return nullptr;
+    const gvk::TriangleFileResult read = m_read(location, problem);
+    if (!read) {
+      gvk::reportRefusal(read.message);
+      return nullptr;
+    }
     return std::make_unique<gvk::ProblemSource>(std::move(problem));
-  }
-  // The reader's message for `location`, or empty.
-  std::string error(const std::string& location) const {
-    gvk::Problem problem;
-    return m_read(location, problem).message;
   }
 
  private:
@@ -129,24 +128,6 @@ void unregister_builtin_providers() {
   if (g_json_registered) gvk_json::unregister_providers();
   gvk::unregisterDataSourceProvider(kNodeEleName);
   gvk::unregisterDataSourceProvider(kPolyName);
-}
-
-std::string builtin_source_error(const std::string& location) {
-  std::string error;
-  if (!gvk_json::location_path(location).empty()) {
-    gvk_json::open_source(location, error);
-    return error;
-  }
-  for (const MeshFileProvider* provider : {&node_ele_provider(), &poly_provider()}) {
-    if (provider->canHandle(location)) return provider->error(location);
-  }
-  return error;
-}
-
-std::string builtin_store_error(const std::string& location) {
-  std::string error;
-  if (!gvk_json::location_path(location).empty()) gvk_json::open_store(location, error);
-  return error;
 }
 
 std::string builtin_write_error(const gvk::DataStore& store) {

@@ -2,6 +2,8 @@
 
 #include <gravok/element_types.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace gravok_tool {
@@ -87,6 +89,18 @@ Problem generated_problem() {
   p.epsilon = 1e-9;
   p.hostcad_version = "roundtrip 1.0";
   return p;
+}
+
+Problem without_non_finite_break_lines(Problem problem) {
+  std::vector<gravok_line_3d>& lines = problem.break_lines;
+  lines.erase(std::remove_if(lines.begin(), lines.end(),
+                             [](const gravok_line_3d& l) {
+                               return !std::isfinite(l.x1) || !std::isfinite(l.y1) ||
+                                      !std::isfinite(l.z1) || !std::isfinite(l.x2) ||
+                                      !std::isfinite(l.y2) || !std::isfinite(l.z2);
+                             }),
+              lines.end());
+  return problem;
 }
 
 }  // namespace gravok_tool

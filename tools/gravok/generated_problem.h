@@ -17,6 +17,10 @@ using gvk::Problem;
 // values, surfaces and units.
 Problem generated_problem();
 
+// The problem without its break lines that hold a value that is not finite: what a
+// store that refuses such values (LandXML has no notation for them) can be given.
+Problem without_non_finite_break_lines(Problem problem);
+
 }  // namespace gravok_tool
 
 #endif  // GRAVOK_TOOL_GENERATED_PROBLEM_H

@@ -97,6 +97,8 @@ int main(int argc, char** argv) {
   copy->add_option("store", o.target, "the location to write")->required();
   copy->add_flag("--records-only", o.records_only,
                  "move only what copyFrom moves (settings, mesh, element records)");
+  copy->add_flag("--strict", o.strict,
+                 "exit 1 when the store dropped anything (or cannot say what it drops)");
 
   CLI::App* dump = app.add_subcommand(
       "dump", "write everything a source answers as a JSON problem document");
@@ -130,6 +132,23 @@ int main(int argc, char** argv) {
                    "contour interval in the problem's linear unit (default: from the "
                    "elevation range)");
   plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
+
+  CLI::App* volume = app.add_subcommand(
+      "volume", "cut, fill and net between two surfaces (base and top)");
+  volume->add_option("base", o.location, "the problem of the base surface")->required();
+  volume->add_option("top", o.target, "the problem of the top surface (may be BASE)")
+      ->required();
+  volume->add_option("--base-surface", o.base_surface,
+                     "the base's surface by name or id (default: its first)");
+  volume->add_option("--top-surface", o.top_surface,
+                     "the top's surface by name or id (default: its first)");
+  volume->add_option("--boundary", o.boundary,
+                     "compare only inside this polygon: a .poly file's closed ring "
+                     "(absolute coordinates) or a problem's first closed outline");
+  volume->add_flag("--by-element", o.by_element,
+                   "also inside each building pad, pond, parking lot and surface zone "
+                   "of BASE");
+  volume->add_flag("--json", o.json, "print the figures as JSON");
 
   CLI::App* demo = app.add_subcommand(
       "demo", "build a synthetic site and take it through the whole library");
@@ -186,6 +205,7 @@ int main(int argc, char** argv) {
     if (*uid) status = gravok_tool::uid(o);
     if (*classify) status = gravok_tool::classify(o);
     if (*plot) status = gravok_tool::plot(o);
+    if (*volume) status = gravok_tool::volume(o);
     if (*demo) status = gravok_tool::demo(o);
   } catch (const std::exception& e) {
     std::cerr << "gravok: " << e.what() << "\n";
