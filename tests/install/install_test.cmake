@@ -84,6 +84,14 @@ literal(landxml_re ${landxml})
 
 run(providers providers)
 check(providers 0 "landxml \\(store\\): [^\n]*\\[${landxml_re}\\]")
+# Every other module installed beside it is found as well.
+file(GLOB installed_modules ${plugins}/*.so)
+foreach(module IN LISTS installed_modules)
+  literal(module_re ${module})
+  if(NOT module MATCHES "json_plugin" AND NOT providers_out MATCHES "\\[${module_re}\\]")
+    fail("gravok providers names no provider of ${module}:\n${providers_out}")
+  endif()
+endforeach()
 
 # A LandXML surface opens and draws with no plug-in option.
 run(inspect inspect ${LANDXML_FILE})
