@@ -4,11 +4,11 @@
 #include "json_document.h"
 #include "json_providers.h"
 #include "json_store.h"
+#include "mesh_files.h"
 #include "plot.h"
 
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
-#include <gravok/poly_file.h>
 #include <gravok/problem.h>
 #include <gravok/volume.h>
 
@@ -182,8 +182,11 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
     target.zorig = 100.0;
     gvk::ProblemSource source(site);
     gvk_json::JsonStore store(json, target);
-    store.copyAllFrom(source);
-    if (!store.write_error().empty()) return fail(out, "copy", store.write_error());
+    try {
+      store.copyAllFrom(source);
+    } catch (const std::exception& e) {
+      return fail(out, "copy", e.what());
+    }
   }
   out << "copy:         copyAllFrom into the JSON store " << json
       << " at origin x 2001000 y 501000 z 100 (" << since(start) << ")\n";
@@ -212,12 +215,12 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
       << "; check again: " << findings_text(check(m)) << " (" << since(start) << ")\n";
 
   start = Clock::now();
-  // The writer cuts its stem at the last "." anywhere in the name, so the name ends
-  // in a suffix of its own and a "." in the directory stays.
-  gvk::PolyFile::to_files(outdir + "/site.mesh", m.x, m.y, m.z, m.triangles);
   const std::string node = outdir + "/site.1.node", ele = outdir + "/site.1.ele";
-  if (!std::filesystem::exists(node) || !std::filesystem::exists(ele))
-    return fail(out, "node/ele", "cannot write " + node + " and " + ele);
+  try {
+    write_node_ele(node, ele, m.x, m.y, m.z, m.triangles);
+  } catch (const std::exception& e) {
+    return fail(out, "node/ele", e.what());
+  }
   out << "node/ele:     " << node << ", " << ele << " (" << since(start) << ")\n";
 
   std::vector<std::string> written = {json, node, ele};
