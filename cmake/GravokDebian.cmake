@@ -4,8 +4,8 @@
 #   libgravok-data1     component Runtime: the shared library, named after its SONAME
 #   libgravok-data-dev  component Development: headers, the .so link, the CMake package
 #                       and gravok-data.pc; depends on exactly this libgravok-data1
-#   gravok-tools        component tools: the gravok tool, its manual page and the JSON
-#                       and LandXML plug-in modules
+#   gravok-tools        component tools: the gravok tool, its manual page and the JSON,
+#                       LandXML and DXF plug-in modules
 #   python3-gravok      component python: the package gravok for Debian's python3
 #
 # Each package carries in /usr/share/doc/<package>/ the copyright file (written from
@@ -41,15 +41,23 @@ if(TARGET gravok_python)
 endif()
 
 # The copyright file in the machine-readable format: every file is the project's,
-# under the terms of LICENSE, whose text becomes the licence paragraph (blank lines
-# as " .", every line indented by one space) and whose Copyright line the header.
+# under the licence of LICENSE, named by its SPDX identifier, with LICENSE's Copyright
+# line as the header and its text from "Permission" on as the licence paragraph
+# (blank lines as " .", every line indented by one space).
+set(gravok_license_spdx MIT)
 set(gravok_deb_dir ${PROJECT_BINARY_DIR}/debian)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/LICENSE)
 file(READ ${PROJECT_SOURCE_DIR}/LICENSE gravok_license_text)
-if(NOT gravok_license_text MATCHES "(^|\n)Copyright ([^\n]+)")
+if(NOT gravok_license_text MATCHES "^MIT License\n")
+  message(FATAL_ERROR "LICENSE is not the ${gravok_license_spdx} licence: update "
+                      "gravok_license_spdx in ${CMAKE_CURRENT_LIST_FILE} with it")
+endif()
+if(NOT gravok_license_text MATCHES "(^|\n)Copyright (\\(c\\) )?([^\n]+)")
   message(FATAL_ERROR "LICENSE has no line starting with \"Copyright \"")
 endif()
-set(gravok_copyright "${CMAKE_MATCH_2}")
+set(gravok_copyright "${CMAKE_MATCH_3}")
+string(FIND "${gravok_license_text}" "Permission" gravok_terms_at)
+string(SUBSTRING "${gravok_license_text}" ${gravok_terms_at} -1 gravok_license_text)
 string(STRIP "${gravok_license_text}" gravok_license_text)
 string(REPLACE "\n" "\n " gravok_license_text "\n${gravok_license_text}")
 # Twice, for blank lines that follow each other.
@@ -62,10 +70,9 @@ Upstream-Contact: ${GRAVOK_DEB_MAINTAINER}
 
 Files: *
 Copyright: ${gravok_copyright}
-License: gravok-data
- The terms of the file LICENSE of the source tree, given in full below.
+License: ${gravok_license_spdx}
 
-License: gravok-data${gravok_license_text}
+License: ${gravok_license_spdx}${gravok_license_text}
 ")
 
 # The Debian changelog: one entry for this version, dated by SOURCE_DATE_EPOCH when
@@ -167,8 +174,8 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "exchange of terrain-grading problems - tool 
 ${gravok_deb_about}
 
 This package holds the gravok tool, which opens, inspects, copies, plots and
-cleans grading problems, and the plug-in modules for JSON problem documents
-and LandXML surfaces.")
+cleans grading problems, and the plug-in modules for JSON problem documents,
+LandXML surfaces and DXF drawings.")
 
 if(TARGET gravok_python)
   # The extension is built for one interpreter version: the package depends on it.

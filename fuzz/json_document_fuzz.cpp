@@ -18,7 +18,7 @@ void check(bool ok) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  gvk_json::Problem problem;
+  gvk::Problem problem;
   std::string error;
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   if (!gvk_json::read_document(text, problem, error)) {

@@ -42,6 +42,7 @@ def fix(t):
     t = re.sub(r"\bhandle\b", "Any", t)
     t = re.sub(r"\bobject\b", "Any", t)
     t = re.sub(r"(:\s*|->\s*|\[)function\b", r"\1Callable[..., Any]", t)
+    t = re.sub(r"\b(path|folder): Any", r"\1: _PathLike", t)
     t = re.sub(r"\b(x|y|z|triangles|triangle_info|slopes|location|values): Any", r"\1: ArrayLike", t)
     t = re.sub(r"\b(attributes|trailer|data): Any = None", r"\1: Optional[bytes] = None", t)
     t = re.sub(r"\bprovider: Any", "provider: DataSourceProvider", t)
@@ -69,6 +70,8 @@ def emit_func(name, obj, indent="", static=False):
     for args, ret in ss:
         if name in RET and not over:
             ret = RET[name]
+        if name in ("createDataSource", "createDataStore"):
+            args = args.replace("location: ArrayLike", "location: _PathLike")
         if over:
             lines.append(indent + "@overload")
         if static:
@@ -78,8 +81,10 @@ def emit_func(name, obj, indent="", static=False):
     return lines
 
 out = ['"""Type stubs of the package gravok (the extension gravok._gravok)."""',
+       "import os",
        "from typing import Any, Callable, List, Optional, Tuple, Union, overload",
-       "import numpy as np", "from numpy.typing import ArrayLike, NDArray", ""]
+       "import numpy as np", "from numpy.typing import ArrayLike, NDArray", "",
+       "_PathLike = Union[str, bytes, os.PathLike]", ""]
 classes = [(n, o) for n, o in vars(g).items() if isinstance(o, type)]
 names_done = set()
 for n, o in classes:
@@ -128,7 +133,7 @@ for n, o in classes:
     out += body or ["    ..."]
     out.append("")
 for n, o in vars(g).items():
-    if isinstance(o, type) or n.startswith("__"): continue
+    if isinstance(o, type) or n.startswith("_"): continue
     if callable(o) and type(o).__name__ == "builtin_function_or_method":
         out += emit_func(n, o)
     elif isinstance(o, (int, str)):

@@ -1,5 +1,5 @@
 # Fails unless every dynamic symbol that LIBRARY defines belongs to the interface:
-# namespace gvk, or the virtual tables and type data of its classes.
+# namespace gvk, or the virtual tables, type data and thunks of its classes.
 execute_process(COMMAND ${NM} -D --defined-only -C ${LIBRARY}
                 OUTPUT_VARIABLE listing RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
@@ -20,7 +20,7 @@ foreach(line IN LISTS lines)
   string(REGEX REPLACE "\\(.*" "" name "${symbol}")
   if(name MATCHES "std::")
     list(APPEND strays "${symbol}")
-  elseif(symbol MATCHES "^(gvk::|typeinfo for gvk::|typeinfo name for gvk::|vtable for gvk::|VTT for gvk::)")
+  elseif(symbol MATCHES "^(gvk::|typeinfo for gvk::|typeinfo name for gvk::|vtable for gvk::|VTT for gvk::|non-virtual thunk to gvk::)")
     math(EXPR interface_count "${interface_count} + 1")
   else()
     list(APPEND strays "${symbol}")

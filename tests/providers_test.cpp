@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -26,7 +28,9 @@ struct Probe {
 } probe;
 
 // A provider whose name says how it answers: one whose name holds "declines" refuses
-// every location, "fails" accepts and creates nothing, "throws" throws from canHandle;
+// every location, "fails" accepts and creates nothing, "refuses" accepts, says why it
+// cannot open the location and creates nothing ("throws late" then throws),
+// "throws" (alone) throws from canHandle;
 // any other accepts and creates a recorder whose role is its name. Its description is its
 // name; `who` names it in probe.destroyed.
 template <class Base>
@@ -38,7 +42,7 @@ class ProbeProvider : public Base {
 
   bool canHandle(const std::string& location) const override {
     probe.calls.push_back(m_name + ".canHandle(" + location + ")");
-    if (has("throws")) throw std::runtime_error("unreachable server");
+    if (has("throws") && !has("late")) throw std::runtime_error("unreachable server");
     return !has("declines");
   }
   std::string description() const override { return m_name; }
@@ -48,6 +52,11 @@ class ProbeProvider : public Base {
                                  const std::string& location) const {
     probe.calls.push_back(m_name + "." + call + "(" + location + ")");
     if (has("fails")) return nullptr;
+    if (has("refuses")) {
+      gvk::reportRefusal(m_name + " refused [" + location + "]");
+      if (has("throws late")) throw std::runtime_error("lost connection");
+      return nullptr;
+    }
     return std::make_unique<Recorder>(probe.log, m_name);
   }
 
@@ -193,6 +202,103 @@ TEST_F(Registry, CreatesThroughTheFirstAcceptingProviderThatProducesAnObject) {
     EXPECT_EQ(made_by, c.made_by);
     EXPECT_EQ(probe.calls, c.calls);
   }
+}
+
+TEST_F(Registry, GathersTheReasonsOfTheProvidersThatRefusedInTheOrderAsked) {
+  struct Case {
+    std::vector<std::string> stores, sources;
+    bool wants_store;
+    std::string made_by;  // "" for an empty pointer, or "exception"
+    std::vector<std::string> reasons;
+  };
+  const Case cases[] = {
+      {{}, {}, false, "", {}},
+      {{}, {"a declines", "b fails"}, false, "", {}},  // nothing said: nothing known
+      {{"s refuses"},
+       {"a refuses", "b declines", "c refuses"},
+       false,
+       "",
+       {"s refuses refused [ X ]", "a refuses refused [ X ]", "c refuses refused [ X ]"}},
+      // The same reason from a store provider and a source provider is kept once.
+      {{"a refuses"}, {"a refuses"}, false, "", {"a refuses refused [ X ]"}},
+      // A provider asked before the one that opens the location still said why.
+      {{}, {"a refuses", "b", "c refuses"}, false, "b", {"a refuses refused [ X ]"}},
+      {{"a refuses", "b refuses"},
+       {"c refuses"},
+       true,
+       "",
+       {"a refuses refused [ X ]", "b refuses refused [ X ]"}},
+      {{},
+       {"a refuses", "b refuses throws late", "c"},
+       false,
+       "exception",
+       {"a refuses refused [ X ]", "b refuses throws late refused [ X ]"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "case " << &c - cases);
+    reset();
+    for (const std::string& name : c.stores) EXPECT_TRUE(add_store(name));
+    for (const std::string& name : c.sources) EXPECT_TRUE(add_source(name));
+    std::vector<std::string> reasons = {"left over from an earlier call"};
+    std::string made_by;
+    try {
+      const std::unique_ptr<gvk::DataSource> made =
+          c.wants_store ? gvk::createDataStore(" X ", reasons)
+                        : gvk::createDataSource(" X ", reasons);
+      if (made) made_by = dynamic_cast<Recorder&>(*made).role;
+    } catch (const std::runtime_error&) {
+      made_by = "exception";
+    }
+    EXPECT_EQ(made_by, c.made_by);
+    EXPECT_EQ(reasons, c.reasons);
+  }
+}
+
+// A provider that, asked for a source, first opens another location itself (as a
+// provider of a project file that names its mesh file would), then refuses.
+struct NestingProvider : SourceProvider {
+  NestingProvider(bool inner_collects)
+      : SourceProvider("a nests", ""), m_inner(inner_collects) {}
+  std::unique_ptr<gvk::DataSource> createDataSource(
+      const std::string& location) const override {
+    if (location == "inner") return nullptr;
+    std::vector<std::string> inner;
+    if (m_inner) {
+      gvk::createDataSource("inner", inner);
+    } else {
+      gvk::createDataSource("inner");
+    }
+    probe.calls.insert(probe.calls.end(), inner.begin(), inner.end());
+    std::thread other([] { gvk::reportRefusal("said on another thread"); });
+    other.join();
+    gvk::reportRefusal("outer refused");
+    return nullptr;
+  }
+  bool m_inner;
+};
+
+TEST_F(Registry, ReasonsReachOnlyTheInnermostCollectingCallOfTheirThread) {
+  for (const bool inner_collects : {false, true}) {
+    SCOPED_TRACE(inner_collects ? "inner call collects" : "inner call discards");
+    reset();
+    gvk::registerDataSourceProvider("a nests",
+                                    std::make_unique<NestingProvider>(inner_collects));
+    EXPECT_TRUE(add_source("b refuses"));
+    std::vector<std::string> reasons;
+    EXPECT_FALSE(gvk::createDataSource("outer", reasons));
+    EXPECT_EQ(reasons,
+              (std::vector<std::string>{"outer refused", "b refuses refused [outer]"}));
+    // What the inner call heard, recorded by the nesting provider.
+    const std::vector<std::string> inner_heard = {"b refuses refused [inner]"};
+    EXPECT_EQ(std::count(probe.calls.begin(), probe.calls.end(), inner_heard[0]),
+              inner_collects ? 1 : 0);
+  }
+  // Outside any collecting call a reason goes nowhere, and the next call starts afresh.
+  gvk::reportRefusal("nobody listens");
+  EXPECT_FALSE(gvk::createDataSource("again"));
+  std::vector<std::string> reasons;
+  EXPECT_FALSE(gvk::createDataStore("again", reasons));
+  EXPECT_TRUE(reasons.empty());
 }
 
 // Writes the running count of destructions, so the last thing a process writes tells

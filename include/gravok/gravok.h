@@ -13,10 +13,15 @@
 #include <gravok/offset_data_source.h>
 #include <gravok/plugin.h>
 #include <gravok/poly_file.h>
+#include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/records.h>
+#include <gravok/replace_file.h>
+#include <gravok/store_losses.h>
+#include <gravok/surfaces.h>
 #include <gravok/text.h>
 #include <gravok/triangle_files.h>
 #include <gravok/units.h>
+#include <gravok/volume.h>
 
 #endif  // GRAVOK_GRAVOK_H

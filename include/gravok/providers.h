@@ -120,6 +120,37 @@ GRAVOK_API std::vector<const DataStoreProvider*> dataStoreProviders();
 /// createDataSource for stores: asks the store providers in ascending name order.
 GRAVOK_API std::unique_ptr<DataStore> createDataStore(const std::string& location);
 
+/// Says why a location that a provider recognised cannot be opened. A provider whose
+/// canHandle accepted a location, and that then returns an empty pointer from its
+/// creation operation, calls this first with the reason: the file and, where the fault
+/// lies in it, the line and what is wrong ("site.xml:2709: not well-formed XML"), or the
+/// system's reason when the file is missing or unreadable ("site.json: No such file or
+/// directory"). A provider that does not recognise a location says nothing and lets the
+/// next one try.
+///
+/// The reason goes to the two-argument createDataSource or createDataStore running on
+/// the calling thread, the innermost one when a provider itself opens another location;
+/// outside such a call (in the one-argument functions, or when a host calls a provider
+/// directly) it is discarded. Each thread collects its own reasons.
+GRAVOK_API void reportRefusal(std::string reason);
+
+/// createDataSource(location), which also says why no provider opened the location:
+/// `reasons` is replaced by the reasons that the providers asked during the call gave
+/// through reportRefusal, in the order they were asked, each text once (a provider
+/// registered both as a source and as a store provider may say the same thing twice).
+/// When the result is empty and
+/// `reasons` is empty too, no provider recognised the location. A successful call may
+/// still bring the reasons of providers asked before the one that opened it. An
+/// exception from a provider passes through as in createDataSource; `reasons` then
+/// holds what was reported before it.
+GRAVOK_API std::unique_ptr<DataSource> createDataSource(
+    const std::string& location, std::vector<std::string>& reasons);
+
+/// createDataStore(location) with the reasons of the store providers that refused it,
+/// as the two-argument createDataSource gathers them.
+GRAVOK_API std::unique_ptr<DataStore> createDataStore(const std::string& location,
+                                                      std::vector<std::string>& reasons);
+
 /// The names registered in the source-provider registry, in ascending order (plain byte
 /// comparison), the order in which dataSourceProviders() lists these providers after
 /// the store providers. Store providers are not among them: their names come from

@@ -1,7 +1,8 @@
 #include "json_providers.h"
 
 #include "json_document.h"
-#include "problem_source.h"
+
+#include <gravok/problem.h>
 
 #include <cctype>
 #include <filesystem>
@@ -43,16 +44,16 @@ std::string location_path(const std::string& location) {
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location,
                                              std::string& error) {
   std::string path;
-  Problem problem;
+  gvk::Problem problem;
   if (!resolve(location, path, error) || !read_file(path, problem, error)) return nullptr;
-  return std::make_unique<ProblemSource>(std::move(problem));
+  return std::make_unique<gvk::ProblemSource>(std::move(problem));
 }
 
 std::unique_ptr<JsonStore> open_store(const std::string& location, std::string& error) {
   std::string path;
   if (!resolve(location, path, error)) return nullptr;
   std::error_code code;
-  Problem problem;
+  gvk::Problem problem;
   const bool exists = std::filesystem::exists(path, code);
   if (code) {
     error = path + ": cannot tell whether the file exists (" + code.message() + ")";
@@ -70,10 +71,21 @@ std::string JsonSourceProvider::description() const {
   return std::string("JSON problem documents, read only: ") + kLocations;
 }
 
+namespace {
+
+// Opens a source, or says why not (gvk::reportRefusal) and returns an empty pointer.
+std::unique_ptr<gvk::DataSource> source_or_refusal(const std::string& location) {
+  std::string error;
+  std::unique_ptr<gvk::DataSource> source = open_source(location, error);
+  if (!source) gvk::reportRefusal(error);
+  return source;
+}
+
+}  // namespace
+
 std::unique_ptr<gvk::DataSource> JsonSourceProvider::createDataSource(
     const std::string& location) const {
-  std::string error;
-  return open_source(location, error);
+  return source_or_refusal(location);
 }
 
 bool JsonStoreProvider::canHandle(const std::string& location) const {
@@ -86,14 +98,15 @@ std::string JsonStoreProvider::description() const {
 
 std::unique_ptr<gvk::DataSource> JsonStoreProvider::createDataSource(
     const std::string& location) const {
-  std::string error;
-  return open_source(location, error);
+  return source_or_refusal(location);
 }
 
 std::unique_ptr<gvk::DataStore> JsonStoreProvider::createDataStore(
     const std::string& location) const {
   std::string error;
-  return open_store(location, error);
+  std::unique_ptr<gvk::DataStore> store = open_store(location, error);
+  if (!store) gvk::reportRefusal(error);
+  return store;
 }
 
 // What this copy of the code registered, so that unregistering never removes

@@ -3,10 +3,14 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 #include <unordered_map>
 
 namespace gvk_landxml {
@@ -486,19 +490,33 @@ bool read_document(const std::string& path, Document& document, std::string& err
   return parse_document(text, path, document, error, warnings);
 }
 
-bool has_landxml_root(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+std::string landxml_root_fault(const std::string& path) {
+  std::error_code code;
+  const std::filesystem::file_status status = std::filesystem::status(path, code);
+  if (code) return path + ": " + code.message();
+  if (std::filesystem::is_directory(status)) {
+    return path + ": " + std::make_error_code(std::errc::is_a_directory).message();
+  }
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (!file) return path + ": " + std::generic_category().message(errno);
   std::string head(64 * 1024, '\0');
-  in.read(&head[0], static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<std::size_t>(in.gcount()));
+  head.resize(std::fread(&head[0], 1, head.size(), file));
+  std::fclose(file);
+  const std::string not_landxml = path + ": not a LandXML document: ";
+  if (head.compare(0, 2, "\xFF\xFE") == 0 || head.compare(0, 2, "\xFE\xFF") == 0 ||
+      head.compare(0, 2, std::string("<\0", 2)) == 0 ||
+      head.compare(0, 2, std::string("\0<", 2)) == 0) {
+    return path +
+           ": UTF-16 text; the LandXML reader reads UTF-8 (save the file as UTF-8)";
+  }
   // Skip the declaration, comments and processing instructions up to the first tag.
   for (std::size_t at = head.find('<'); at != std::string::npos;
        at = head.find('<', at + 1)) {
-    if (at + 1 >= head.size()) return false;
+    if (at + 1 >= head.size()) break;
     const char next = head[at + 1];
     if (next == '?' || next == '!') {
       const std::size_t close = head.find(next == '?' ? "?>" : ">", at);
-      if (close == std::string::npos) return false;
+      if (close == std::string::npos) break;
       at = close;
       continue;
     }
@@ -510,9 +528,15 @@ bool has_landxml_root(const std::string& path) {
     std::string name = head.substr(at + 1, end - at - 1);
     const std::size_t colon = name.rfind(':');
     if (colon != std::string::npos) name.erase(0, colon + 1);
-    return name == "LandXML";
+    if (name == "LandXML") return "";
+    return not_landxml + "the first element is <" + excerpt(name.c_str()) + ">";
   }
-  return false;
+  return not_landxml +
+         (head.empty() ? "the file is empty" : "no element in its first 64 KiB");
+}
+
+bool has_landxml_root(const std::string& path) {
+  return landxml_root_fault(path).empty();
 }
 
 std::string landxml_unit_name(std::int32_t type, int power) {

@@ -92,13 +92,22 @@ bool read_document(const std::string& path, Document& document, std::string& err
 // read.
 bool has_landxml_root(const std::string& path);
 
+// Why the file at `path` is not one that read_document may read, judged from its first
+// 64 KiB: the system's reason when it is missing, a folder or unreadable ("PATH: No
+// such file or directory"), UTF-16 text, or a first element other than <LandXML>
+// ("PATH: not a LandXML document: the first element is <svg>"). "" when the first
+// element is <LandXML>; the rest of the file is then read_document's to judge.
+std::string landxml_root_fault(const std::string& path);
+
 // Writes `document` as a LandXML 1.2 text: <Units> when LandXML names the linear unit
 // (not for the unknown unit or the arcsecond),
 // <Application> naming `application`, the points as <CgPoints>, the features as
 // <PlanFeatures>, and each surface with its break lines under <SourceData> and its
-// <Pnts> (ids from 1) and <Faces>. Numbers are written in the shortest form that reads
-// back to the same double. Triangle indices must lie inside the surface's vertex
-// arrays (checked by assert only).
+// <Pnts> (ids from 1) and <Faces>; a surface with neither points nor faces is left
+// out, and a closed feature whose last vertex is not its first gets the joining line.
+// Numbers are written in the shortest form that reads back to the same double.
+// Excluding what first_unwritable finds is the caller's part: triangle indices must
+// lie inside the surface's vertex arrays (checked by assert only).
 std::string write_document(const Document& document, const std::string& application);
 
 // Room that write_decimal needs: the longest plain decimal of a double, its sign
@@ -111,11 +120,23 @@ constexpr std::size_t kMaxDecimal = 400;
 // those values. Returns the end of the text. `at` must have kMaxDecimal bytes of room.
 char* write_decimal(char* at, double value);
 
+// The first thing in `document` (or in `application`) that a LandXML 1.2 file cannot
+// hold, in words naming the surface and its vertex, triangle or break line, or the
+// point or feature: a coordinate that is NaN or infinite, y or z shorter than x, a
+// triangle index out of range, a surface with points or faces but fewer than 3 points
+// or no face, a feature whose x and y lists differ in length, text that is not
+// UTF-8 or holds a control character XML 1.0 cannot carry. "" when everything can be
+// written. A surface with neither points nor faces is written as no surface at all.
+std::string first_unwritable(const Document& document, const std::string& application);
+
 // Writes write_document's text to `path` through a temporary file beside it that
-// then replaces `path`, so that a failed write leaves an existing file as it was.
-// False with a message naming the path when the file cannot be written.
-bool save_document(const std::string& path, const Document& document,
-                   const std::string& application, std::string& error);
+// then replaces `path` (gvk::replace_file), so that a failed write leaves an existing
+// file as it was and no temporary file behind. Checks first: what first_unwritable
+// finds throws std::invalid_argument "cannot write PATH: FAULT" and nothing is
+// written; a failure of the system throws std::system_error "cannot write PATH" with
+// the system's reason.
+void save_document(const std::string& path, const Document& document,
+                   const std::string& application);
 
 // The LandXML name of unit type `type` at power `power` ("meter", "squareFoot",
 // "cubicYard", ...), or "" when LandXML has none.

@@ -63,7 +63,7 @@ SourceProvider::~SourceProvider() {
 }
 
 bool SourceProvider::canHandle(const std::string& location) const {
-  return has_prefix(location) || (ends_in_xml(location) && has_landxml_root(location));
+  return has_prefix(location) || ends_in_xml(location);
 }
 
 std::string SourceProvider::description() const {
@@ -72,13 +72,18 @@ std::string SourceProvider::description() const {
 
 std::unique_ptr<gvk::DataSource> SourceProvider::createDataSource(
     const std::string& location) const {
-  auto source = std::make_unique<LandXmlSource>(path_of(location));
+  const std::string path = path_of(location);
+  if (std::string fault = landxml_root_fault(path); !fault.empty()) {
+    gvk::reportRefusal(std::move(fault));
+    return nullptr;
+  }
+  auto source = std::make_unique<LandXmlSource>(path);
   const bool loaded = source->load();
   for (const std::string& warning : source->warnings()) {
     GRAVOK_LOG_WARN << warning;
   }
   if (!loaded) {
-    GRAVOK_LOG_ERROR << source->error();
+    gvk::reportRefusal(source->error());
     return nullptr;
   }
   return source;
@@ -89,10 +94,7 @@ StoreProvider::~StoreProvider() {
 }
 
 bool StoreProvider::canHandle(const std::string& location) const {
-  if (has_prefix(location)) return true;
-  std::error_code failed;
-  return ends_in_xml(location) &&
-         (!std::filesystem::exists(location, failed) || has_landxml_root(location));
+  return has_prefix(location) || ends_in_xml(location);
 }
 
 std::string StoreProvider::description() const {
@@ -106,7 +108,15 @@ std::unique_ptr<gvk::DataSource> StoreProvider::createDataSource(
 
 std::unique_ptr<gvk::DataStore> StoreProvider::createDataStore(
     const std::string& location) const {
-  return std::make_unique<LandXmlStore>(path_of(location));
+  const std::string path = path_of(location);
+  std::error_code code;
+  if (std::filesystem::exists(path, code)) {
+    if (std::string fault = landxml_root_fault(path); !fault.empty()) {
+      gvk::reportRefusal(fault + "; it is left as it is");
+      return nullptr;
+    }
+  }
+  return std::make_unique<LandXmlStore>(path);
 }
 
 int register_providers() {

@@ -5,6 +5,11 @@
 //    is <LandXML>; for writing, when the file does not exist yet or its first element
 //    is <LandXML>, so that no other XML document is overwritten.
 //
+// Both providers recognise every such location (canHandle) and say through
+// gvk::reportRefusal why one of them cannot be opened: the system's reason for a file
+// that is missing, a folder or unreadable, UTF-16 text, a first element other than
+// <LandXML>, or the reader's message naming the file and line.
+//
 // The module registers both under the name "landxml" (register_providers). Providers keep
 // no state; the plug-in's sources and stores belong to the caller.
 #ifndef GRAVOK_LANDXML_PROVIDER_H
@@ -20,7 +25,7 @@ namespace gvk_landxml {
 constexpr const char* kProviderName = "landxml";
 
 // Opens LandXML files for reading. createDataSource loads the file; when that fails
-// it logs the source's error at error level and returns an empty pointer. Warnings
+// it reports the reason (gvk::reportRefusal) and returns an empty pointer. Warnings
 // of a successful load are logged at warn level.
 class SourceProvider : public gvk::DataSourceProvider {
  public:

@@ -1,8 +1,10 @@
 #include "landxml_store.h"
 
 #include <gravok/element_types.h>
-#include <gravok/log.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <utility>
 
 namespace gvk_landxml {
@@ -14,6 +16,29 @@ constexpr const char* kApplication = "gravok-data LandXML plug-in";
 std::string kind_name(std::int32_t kind) {
   const char* name = gvk::element_type_name(static_cast<GradingElementType>(kind));
   return *name ? name : "Kind" + std::to_string(kind);
+}
+
+// Kinds whose vertices go round an area: written closed, the last vertex joined to
+// the first.
+bool is_outline(std::int32_t kind) {
+  return kind == SurfaceZone || kind == BuildingPad || kind == Pond || kind == ParkingLot;
+}
+
+// Whether a value handed to a setter differs from what reading the file back answers:
+// gvk::DataSource's default. NaN equals NaN here.
+bool differs(double value, double default_value) {
+  return !(value == default_value || (std::isnan(value) && std::isnan(default_value)));
+}
+
+// The unit types that reading the file back gives for those the store writes: the
+// unknown unit throughout when LandXML cannot name the linear unit, the square or cube
+// of the linear unit for an area or volume it cannot name.
+Units units_read_back(const Units& u) {
+  if (landxml_unit_name(u.linear, 1).empty()) return Units{};
+  const auto read = [&](std::int32_t type, int power) {
+    return landxml_unit_name(type, power).empty() ? u.linear : type;
+  };
+  return Units{u.linear, read(u.area, 2), read(u.volume, 3)};
 }
 
 // The shortest text that reads back as `value`.
@@ -39,7 +64,7 @@ void add_kind(std::int32_t kind, const std::vector<gravok_grading_element>& reco
     } else if (kind == Offset) {
       document.features.push_back({label, "", {at[1], at[4]}, {at[2], at[5]}, false});
     } else if (i < xs.size() && i < ys.size() && xs[i].size() > 1 && ys[i].size() > 1) {
-      document.features.push_back({label, "", xs[i], ys[i], kind == SurfaceZone});
+      document.features.push_back({label, "", xs[i], ys[i], is_outline(kind)});
     }
   }
 }
@@ -51,30 +76,38 @@ LandXmlStore::LandXmlStore(std::string path) : m_path(std::move(path)) {
   m_document.surfaces[0].name = "Existing ground";
 }
 
-bool LandXmlStore::save() const {
+void LandXmlStore::save() const {
   m_document.points.clear();
   m_document.features.clear();
   for (const auto& [kind, data] : m_kinds) {
     add_kind(kind, data.records, data.xs, data.ys, m_document);
   }
-  return save_document(m_path, m_document, kApplication, m_error);
+  save_document(m_path, m_document, kApplication);
 }
 
-void LandXmlStore::endBulkOperation() const {
-  if (!save()) {
-    GRAVOK_LOG_ERROR << m_error;
-  }
-}
+void LandXmlStore::endBulkOperation() const { save(); }
 
 void LandXmlStore::set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
                              const gvk::Unit<3>& volume) {
-  m_document.units = {linear.type, area.type, volume.type};
+  const Units given{linear.type, area.type, volume.type};
+  m_document.units = given;
+  const Units back = units_read_back(given);
+  m_losses.set("units LandXML cannot name", (back.linear != given.linear) +
+                                                (back.area != given.area) +
+                                                (back.volume != given.volume));
 }
 
 void LandXmlStore::set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
                                const std::vector<double>& z,
                                const std::vector<gvk::Triangle>& triangles,
-                               const std::vector<gravok_triangle_info>&) {
+                               const std::vector<gravok_triangle_info>& triangle_info) {
+  const gravok_triangle_info zero{};
+  m_losses.set("triangle records", static_cast<unsigned long long>(std::count_if(
+                                       triangle_info.begin(), triangle_info.end(),
+                                       [&](const gravok_triangle_info& info) {
+                                         return std::memcmp(&info, &zero, sizeof zero) !=
+                                                0;
+                                       })));
   Surface& s = m_document.surfaces[0];
   s.x = x;
   s.y = y;
@@ -86,32 +119,73 @@ void LandXmlStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_document.surfaces[0].break_lines = lines;
 }
 
-void LandXmlStore::set_objectives(const std::vector<gravok_objective>&) {}
+void LandXmlStore::set_objectives(const std::vector<gravok_objective>& objectives) {
+  m_losses.set("objectives", objectives.size());
+}
+
+void LandXmlStore::set_fix_boundary(bool fix) {
+  m_losses.set("settings (fix boundary)", fix != gvk::DataSource().fix_boundary());
+}
+void LandXmlStore::set_max_slope(double slope) {
+  m_losses.set("settings (max slope)", differs(slope, gvk::DataSource().get_max_slope()));
+}
+void LandXmlStore::set_min_slope(double slope) {
+  m_losses.set("settings (min slope)", differs(slope, gvk::DataSource().get_min_slope()));
+}
+void LandXmlStore::set_volume_constraint(VolumeConstraint constraint) {
+  m_losses.set("settings (volume constraint)",
+               constraint != gvk::DataSource().get_volume_constraint());
+}
+void LandXmlStore::set_max_slopes(const std::vector<double>& slopes) {
+  m_losses.set("settings (max slopes)", slopes.size());
+}
+void LandXmlStore::set_min_slopes(const std::vector<double>& slopes) {
+  m_losses.set("settings (min slopes)", slopes.size());
+}
+void LandXmlStore::set_mesh_metric(mesh_metric metric) {
+  const mesh_metric d = gvk::DataSource().get_mesh_metric();
+  m_losses.set("settings (mesh metric)",
+               metric.kind != d.kind || differs(metric.value, d.value) ||
+                   metric.flag_a != d.flag_a || metric.flag_b != d.flag_b);
+}
+void LandXmlStore::set_max_iteration_count(long long count) {
+  m_losses.set("settings (max iteration count)",
+               count != gvk::DataSource().get_max_iteration_count());
+}
+void LandXmlStore::set_epsilon(double epsilon) {
+  m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
+}
+
+void LandXmlStore::keep_kind(std::int32_t kind, Kind data) {
+  m_losses.set(kind_name(kind) + " elements (written for other programs, not read back)",
+               data.records.size());
+  m_kinds[kind] = std::move(data);
+}
 
 void LandXmlStore::set_low_points(const std::vector<gravok_grading_element>& e) {
-  m_kinds[LowPoint] = {e, {}, {}};
+  keep_kind(LowPoint, {e, {}, {}});
 }
 void LandXmlStore::set_bounded_points(const std::vector<gravok_grading_element>& e) {
-  m_kinds[BoundedPoint] = {e, {}, {}};
+  keep_kind(BoundedPoint, {e, {}, {}});
 }
 void LandXmlStore::set_offsets(const std::vector<gravok_grading_element>& e) {
-  m_kinds[Offset] = {e, {}, {}};
+  keep_kind(Offset, {e, {}, {}});
 }
 void LandXmlStore::set_drain_lines(const std::vector<gravok_grading_element>& e) {
-  m_kinds[DrainLine] = {e, {}, {}};
+  keep_kind(DrainLine, {e, {}, {}});
 }
 void LandXmlStore::set_bend_lines(const std::vector<gravok_grading_element>& e) {
-  m_kinds[BendLine] = {e, {}, {}};
+  keep_kind(BendLine, {e, {}, {}});
 }
 void LandXmlStore::set_aligned_edges(const std::vector<gravok_grading_element>& e) {
-  m_kinds[AlignedEdge] = {e, {}, {}};
+  keep_kind(AlignedEdge, {e, {}, {}});
 }
 void LandXmlStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e) {
-  m_kinds[SurfaceZone] = {e, {}, {}};
+  keep_kind(SurfaceZone, {e, {}, {}});
 }
 void LandXmlStore::set_complex_elements(GradingElementType kind,
                                         const std::vector<gravok_grading_element>& e) {
-  m_kinds[kind] = {e, {}, {}};
+  keep_kind(kind, {e, {}, {}});
 }
 
 void LandXmlStore::set_transferred_units(const gvk::Unit<1>& linear,
@@ -128,10 +202,12 @@ void LandXmlStore::set_transferred_grading_elements(
     GradingElementType kind, const std::vector<gravok_grading_element>& elements,
     const std::vector<std::vector<double>>& xs,
     const std::vector<std::vector<double>>& ys, const ComplexElementData&) {
-  m_kinds[kind] = {elements, xs, ys};
+  keep_kind(kind, {elements, xs, ys});
 }
 
 void LandXmlStore::set_hostcad_version(const std::string& version) {
+  m_losses.set("host version (written as the application's desc, not read back)",
+               !version.empty());
   m_document.application = version;
 }
 

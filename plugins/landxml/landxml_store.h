@@ -9,13 +9,15 @@
 // operation ends (endBulkOperation) and by save(); setters alone write nothing. The
 // store does not read an existing file: writing replaces it whole. Settings of the
 // optimisation (slopes, limits, objectives, mesh metric) have no place in LandXML and
-// are dropped. A store is used from one thread at a time.
+// are dropped; the store declares what it drops through gvk::DeclaresLosses (below).
+// A store is used from one thread at a time.
 #ifndef GRAVOK_LANDXML_STORE_H
 #define GRAVOK_LANDXML_STORE_H
 
 #include "landxml_document.h"
 
 #include <gravok/data_store.h>
+#include <gravok/store_losses.h>
 
 #include <map>
 #include <string>
@@ -23,18 +25,22 @@
 
 namespace gvk_landxml {
 
-class LandXmlStore : public gvk::DataStore {
+class LandXmlStore : public gvk::DataStore, public gvk::DeclaresLosses {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit LandXmlStore(std::string path);
 
-  // Writes the document (see write_document) to the path through a temporary file
-  // that replaces it, so a failed write leaves an existing file as it was. False when
-  // the file cannot be written; error() then names the path and the reason.
-  bool save() const;
-  const std::string& error() const { return m_error; }
+  // Writes the document with save_document: through a temporary file that replaces
+  // the one at the path. What LandXML cannot hold (a NaN coordinate, a triangle index
+  // out of range, a y or z shorter than x, a mesh with points but no triangle, a
+  // feature with more x than y values) throws std::invalid_argument "cannot write
+  // PATH: ..." naming the first such vertex, triangle or element, and nothing is
+  // written; a failure of the system throws std::system_error "cannot write PATH" with
+  // its reason. Either way an existing file stays as it was.
+  void save() const;
 
-  // Saves; a failure is logged at error level with error()'s message.
+  // Saves, and so throws as save() does; the exception passes through copyFrom and
+  // copyAllFrom to their caller.
   void endBulkOperation() const override;
 
   // Units: written as <Metric> when the linear unit is metric, <Imperial> otherwise;
@@ -57,7 +63,8 @@ class LandXmlStore : public gvk::DataStore {
   // feature of one line from the first to the second point. Every other kind carries
   // its geometry in xs and ys, which only set_transferred_grading_elements receives:
   // each element with at least two vertices is written as <PlanFeature> "<Kind> <n>"
-  // (a surface zone closed), and elements without coordinates are not written. GUIDs
+  // (closed for surface zones, building pads, ponds and parking lots: the last
+  // vertex joined to the first), and elements without coordinates are not written. GUIDs
   // do not reach a store, so names carry the kind and the number only.
   void set_low_points(const std::vector<gravok_grading_element>& elements) override;
   void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
@@ -69,15 +76,17 @@ class LandXmlStore : public gvk::DataStore {
   void set_complex_elements(GradingElementType kind,
                             const std::vector<gravok_grading_element>& elements) override;
 
-  void set_fix_boundary(bool) override {}
-  void set_max_slope(double) override {}
-  void set_min_slope(double) override {}
-  void set_volume_constraint(VolumeConstraint) override {}
-  void set_max_slopes(const std::vector<double>&) override {}
-  void set_min_slopes(const std::vector<double>&) override {}
-  void set_mesh_metric(mesh_metric) override {}
-  void set_max_iteration_count(long long) override {}
-  void set_epsilon(double) override {}
+  // The settings have no place in LandXML: each that differs from gvk::DataSource's
+  // default is declared lost ("settings (max slope)").
+  void set_fix_boundary(bool fix) override;
+  void set_max_slope(double slope) override;
+  void set_min_slope(double slope) override;
+  void set_volume_constraint(VolumeConstraint constraint) override;
+  void set_max_slopes(const std::vector<double>& slopes) override;
+  void set_min_slopes(const std::vector<double>& slopes) override;
+  void set_mesh_metric(mesh_metric metric) override;
+  void set_max_iteration_count(long long count) override;
+  void set_epsilon(double epsilon) override;
 
   // The complete transfer: units, break lines and host version as their setters
   // take them; the elements of every kind (Unclassified included) with their xs and
@@ -92,6 +101,13 @@ class LandXmlStore : public gvk::DataStore {
       const ComplexElementData& complex_data) override;
   // Written as the desc of the document's <Application>.
   void set_hostcad_version(const std::string& version) override;
+
+  // What the store received that reading its file back does not give: objectives,
+  // settings that differ from the defaults, triangle records that are not all zero
+  // bytes, units LandXML cannot name, the host version, and the grading elements of
+  // each kind, which are written as points and plan features for other programs but
+  // not read back (the reader reads surfaces).
+  std::vector<gvk::StoreLoss> losses() const override { return m_losses.losses(); }
 
   // As a source the store answers what it holds, in absolute coordinates (origin 0).
   void get_linear_unit(gvk::Unit<1>& unit) const override;
@@ -108,12 +124,14 @@ class LandXmlStore : public gvk::DataStore {
     std::vector<gravok_grading_element> records;
     std::vector<std::vector<double>> xs, ys;
   };
+  // Keeps the elements of one kind, replacing earlier ones, and counts them lost.
+  void keep_kind(std::int32_t kind, Kind data);
   std::string m_path;
   // One surface, the units and the host version; save() rebuilds its points and
   // features from m_kinds each time it writes.
   mutable Document m_document;
   std::map<std::int32_t, Kind> m_kinds;
-  mutable std::string m_error;
+  gvk::LossTally m_losses;
 };
 
 }  // namespace gvk_landxml

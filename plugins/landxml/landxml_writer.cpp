@@ -4,6 +4,8 @@
 // and the whole document is never held in memory.
 #include "landxml_document.h"
 
+#include <gravok/replace_file.h>
+
 #include <algorithm>
 #include <cassert>
 #include <charconv>
@@ -11,8 +13,8 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 namespace gvk_landxml {
@@ -232,7 +234,9 @@ void write_features(Output& out, const std::vector<Feature>& features) {
     for (std::size_t i = 1; i < n; ++i) {
       write_line(out, feature.xs[i - 1], feature.ys[i - 1], feature.xs[i], feature.ys[i]);
     }
-    if (feature.closed && n > 2) {
+    const bool joined =
+        n > 0 && feature.xs[n - 1] == feature.xs[0] && feature.ys[n - 1] == feature.ys[0];
+    if (feature.closed && n > 2 && !joined) {
       write_line(out, feature.xs[n - 1], feature.ys[n - 1], feature.xs[0], feature.ys[0]);
     }
     out.text("      </CoordGeom>\n    </PlanFeature>\n");
@@ -319,26 +323,15 @@ void write(Output& out, const Document& document, const std::string& application
   out.text("/>\n");
   write_points(out, document.points);
   write_features(out, document.features);
-  if (!document.surfaces.empty()) {
+  const auto empty = [](const Surface& s) { return s.x.empty() && s.triangles.empty(); };
+  if (!std::all_of(document.surfaces.begin(), document.surfaces.end(), empty)) {
     out.text("  <Surfaces>\n");
-    for (const Surface& surface : document.surfaces) write_surface(out, surface);
+    for (const Surface& surface : document.surfaces) {
+      if (!empty(surface)) write_surface(out, surface);
+    }
     out.text("  </Surfaces>\n");
   }
   out.text("</LandXML>\n");
-}
-
-// Writes the document to `path`; false when the file cannot be opened or written.
-bool write_file(const std::string& path, const Document& document,
-                const std::string& application) {
-  struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "wb"));
-  if (!file) return false;
-  Output out(file.get());
-  write(out, document, application);
-  const bool written = out.flush();
-  return std::fclose(file.release()) == 0 && written;
 }
 
 }  // namespace
@@ -377,22 +370,15 @@ std::string write_document(const Document& document, const std::string& applicat
   return text;
 }
 
-bool save_document(const std::string& path, const Document& document,
-                   const std::string& application, std::string& error) {
-  const std::string temporary = path + ".part";
-  if (!write_file(temporary, document, application)) {
-    std::remove(temporary.c_str());
-    error = path + ": cannot be written";
-    return false;
-  }
-  std::error_code failed;
-  std::filesystem::rename(temporary, path, failed);
-  if (failed) {
-    std::remove(temporary.c_str());
-    error = path + ": cannot be written: " + failed.message();
-    return false;
-  }
-  return true;
+void save_document(const std::string& path, const Document& document,
+                   const std::string& application) {
+  const std::string fault = first_unwritable(document, application);
+  if (!fault.empty()) throw std::invalid_argument("cannot write " + path + ": " + fault);
+  gvk::replace_file(path, [&](std::FILE* file) {
+    Output out(file);
+    write(out, document, application);
+    out.flush();
+  });
 }
 
 }  // namespace gvk_landxml

@@ -1,7 +1,10 @@
 """Type stubs of the package gravok (the extension gravok._gravok)."""
+import os
 from typing import Any, Callable, List, Optional, Tuple, Union, overload
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
+
+_PathLike = Union[str, bytes, os.PathLike]
 
 class GradingElementType:
     """Kind of a grading element: 0 to 7 simple kinds, 100 and up complex kinds. Any 32-bit value is a valid kind; plain ints are accepted wherever a kind is taken."""
@@ -259,6 +262,10 @@ class DataStore(DataSource):
         """Opens a run of setter calls that belong together; default nothing."""
     def endBulkOperation(self: DataStore) -> None:
         """Closes the run that beginBulkOperation opened; default nothing."""
+    def __enter__(self: Any) -> Any:
+        """`with store:` opens the bulk bracket (beginBulkOperation) and returns the store."""
+    def __exit__(self: DataStore, arg0: Any, arg1: Any, arg2: Any) -> bool:
+        """Closes the bracket (endBulkOperation; a store that writes when it closes writes then, and its failure is raised). When the block raised, the bracket is left open, so such a store writes nothing of the half-given problem; the exception goes on."""
     def set_units(self: DataStore, linear: Unit1, area: Unit2, volume: Unit3) -> None:
         """The units (Unit1, Unit2, Unit3); the transfers never call it."""
     def set_eg_data(self: DataStore, x: ArrayLike, y: ArrayLike, z: ArrayLike, triangles: ArrayLike, triangle_info: ArrayLike = None) -> None:
@@ -317,7 +324,7 @@ class DataStore(DataSource):
         """The complete transfer: copyFrom's parts and the units, host version, break lines, coordinate lists and complex data, through the set_transferred_* operations."""
 
 class OffsetDataSource(DataSource):
-    """Wraps a source and moves its coordinates by (dx, dy, dz) while its origin moves by minus as much. It keeps the wrapped source alive."""
+    """Wraps a source and moves its coordinates by (dx, dy, dz) while its origin moves by minus as much. It keeps the wrapped source alive. Subclasses call super().__init__(source, dx, dy, dz); their overrides are honoured by every caller, C++ transfers included."""
     def __init__(self: OffsetDataSource, source: DataSource, dx: float, dy: float, dz: float) -> None: ...
 
 class DataSourceProvider:
@@ -339,14 +346,17 @@ class DataStoreProvider(DataSourceProvider):
         """A new store for `location`, or None."""
 
 class PluginModule:
-    """A loaded plug-in module whose providers are registered. It stays loaded while this object or any source, store or provider made by its code lives; unload() unloads it at once."""
+    """A loaded plug-in module whose providers are registered. It stays loaded, with its providers, until unload() or the interpreter's exit, whether or not this handle is kept."""
     def unload(self: PluginModule) -> int:
         """Unregisters the module's providers and closes it; returns how many registrations it had left behind. ValueError while objects made while it was loaded still live."""
     is_loaded: bool
     path: str
     provider_count: int
+    source_provider_names: List[str]
+    store_provider_names: List[str]
     def __enter__(self: Any) -> Any: ...
-    def __exit__(self: PluginModule, *args) -> None: ...
+    def __exit__(self: PluginModule, *args) -> None:
+        """Unloads the module unless objects made while it was loaded still live; they keep it loaded until unload() or the interpreter's exit."""
 
 class MeshFindingKind:
     """What a mesh finding reports."""
@@ -494,12 +504,14 @@ def dataSourceProviders() -> List[DataSourceProvider]:
     """Every store provider, then every source provider, each in name order. C++ providers are borrowed: use them only while they stay registered."""
 def dataStoreProviders() -> List[DataStoreProvider]:
     """Every store provider in name order (borrowed, as dataSourceProviders)."""
-def createDataSource(location: str) -> Optional[DataSource]:
-    """A source for `location` from the first provider that makes one, or None. The caller owns it; it keeps the loaded plug-in modules alive."""
-def createDataStore(location: str) -> Optional[DataStore]:
+def createDataSource(location: _PathLike) -> Optional[DataSource]:
+    """A source for `location` (str or os.PathLike) from the first provider that makes one, or None. The caller owns it; loaded plug-in modules refuse to unload while it lives."""
+def createDataStore(location: _PathLike) -> Optional[DataStore]:
     """A store for `location`, or None, as createDataSource."""
-def load_plugin(path: str) -> PluginModule:
-    """Loads the plug-in module at `path` and registers its providers. ValueError with the reason (the path and the system's message) when it cannot be loaded."""
+def load_plugin(path: _PathLike) -> PluginModule:
+    """Loads the plug-in module at `path` (str or os.PathLike) and registers its providers; a module loaded already gives its handle again. It stays loaded until unload() or the interpreter's exit, whether or not the result is kept. ValueError with the reason (the path and the system's message) when it cannot be loaded, or is refused because users other than root and you may change it."""
+def installed_plugin_folder() -> str:
+    """The plug-in folder of the installation the library was loaded from (<libdir>/gravok/plugins), which may not exist; '' when it cannot be told."""
 def reindex_mesh(x: ArrayLike, y: ArrayLike, z: ArrayLike, triangles: ArrayLike, tolerance: float) -> Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64]]:
     """(x, y, z, triangles): new arrays with the vertices that coincide in plan within `tolerance` welded, exactly as the C++ reindex_mesh does. The inputs are not changed. ValueError when y or z is shorter than x or an index is out of range."""
 def remove_unused_vertices(x: ArrayLike, y: ArrayLike, z: ArrayLike, triangles: ArrayLike) -> Tuple[NDArray[np.float64], NDArray[np.float64], NDArray[np.float64], NDArray[np.uint64]]:
@@ -514,6 +526,8 @@ def to_utf8(text: str) -> bytes:
     """The library's UTF-8 for the UTF-16 units of `text`: each unit by itself, so a character beyond the BMP becomes two three-byte sequences; a NUL ends the text."""
 def from_utf8(data: bytes) -> str:
     """The text of UTF-8 bytes as the library decodes them into UTF-16 units (never rejects anything; a 0 byte ends the text). Every str without NUL survives from_utf8(to_utf8(text))."""
+def volume(base: Any, top: Any, boundary: Any = None) -> dict:
+    """Cut, fill and net of the top surface against the base, exact for triangulated surfaces, over the plan area where both are defined: a dict with cut, fill, net (fill - cut), cut_area, fill_area, area (the compared area), unit (the base's linear unit; volumes in its cube, areas in its square), base_layered_area and top_layered_area (plan area a surface covers more than once; every layer counts), and volume_unit with in_volume_unit {cut, fill, net} where the base has a volume unit of another length. base and top are DataSources (their current surfaces; the top is moved into the base's origin and unit) or sequences (x, y, z, triangles). boundary, in the base's coordinates, limits the comparison to a closed polygon: (xs, ys) or an (n, 2) array of corners. ValueError with the library's reason for a bad mesh or boundary (an index out of range, a NaN coordinate, a boundary that crosses itself)."""
 
 LinearUnit = Unit1
 AreaUnit = Unit2

@@ -25,6 +25,7 @@ void bind_data(py::module_& m);
 void bind_registry(py::module_& m);
 void bind_mesh(py::module_& m);
 void bind_log(py::module_& m);
+void bind_volume(py::module_& m);
 
 // A 1-D float64 array that owns `values`' memory.
 py::array_t<double> to_array(std::vector<double>&& values);
@@ -53,6 +54,10 @@ std::vector<gravok_triangle_info> triangle_info_from(py::handle info);
 py::str str_from_units(const std::wstring& units);
 // The UTF-16 units of a str (characters beyond the BMP become surrogate pairs).
 std::wstring units_from_str(const py::str& text);
+
+// A location or path given as str, bytes or os.PathLike (pathlib.Path), as the bytes
+// the file system uses for it (UTF-8 for a str). TypeError for anything else.
+std::string path_from(const py::handle& location);
 
 // DataSource::ComplexElementData as Python sees it.
 using ComplexData = gvk::DataSource::ComplexElementData;

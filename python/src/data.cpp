@@ -585,6 +585,19 @@ void bind_data(py::module_& m) {
           "(x, y, z, xorig, yorig, zorig): the points moved to the centre of their "
           "bounding box as origin (new arrays), and that origin.");
   source.attr("m_emptyGUID") = S::m_emptyGUID;
+  // The class, the origin and the length unit: what tells two sources apart at a
+  // glance, asked through const getters only (nothing is read or changed).
+  source.def("__repr__", [](const py::object& self) {
+    const S& s = self.cast<const S&>();
+    gvk::Unit<1> unit;
+    s.get_linear_unit(unit);
+    const auto number = [](double v) {
+      return py::repr(py::float_(v)).cast<std::string>();
+    };
+    return "<" + py::str(self.get_type().attr("__name__")).cast<std::string>() +
+           " origin=(" + number(s.get_xorig()) + ", " + number(s.get_yorig()) + ", " +
+           number(s.get_zorig()) + ") linear_unit='" + unit.name + "'>";
+  });
 
   using D = gvk::DataStore;
   py::class_<D, S, PyStore>(
@@ -597,6 +610,24 @@ void bind_data(py::module_& m) {
            "Opens a run of setter calls that belong together; default nothing.")
       .def("endBulkOperation", &D::endBulkOperation,
            "Closes the run that beginBulkOperation opened; default nothing.")
+      .def(
+          "__enter__",
+          [](py::object self) {
+            self.cast<D&>().beginBulkOperation();
+            return self;
+          },
+          "`with store:` opens the bulk bracket (beginBulkOperation) and returns the "
+          "store.")
+      .def(
+          "__exit__",
+          [](D& d, const py::object& type, const py::object&, const py::object&) {
+            if (type.is_none()) d.endBulkOperation();
+            return false;
+          },
+          "Closes the bracket (endBulkOperation; a store that writes when it closes "
+          "writes then, and its failure is raised). When the block raised, the "
+          "bracket is left open, so such a store writes nothing of the half-given "
+          "problem; the exception goes on.")
       .def("set_units", &D::set_units, py::arg("linear"), py::arg("area"),
            py::arg("volume"),
            "The units (Unit1, Unit2, Unit3); the transfers never call it.")
@@ -696,10 +727,15 @@ void bind_data(py::module_& m) {
           "lines, coordinate lists and complex data, through the set_transferred_* "
           "operations.");
 
-  py::class_<gvk::OffsetDataSource, S>(
+  // Its trampoline is a source's, so a Python subclass's overrides reach C++ callers
+  // (copyFrom, copyAllFrom) as those of a DataSource subclass do; what it does not
+  // override moves the wrapped source's answers.
+  py::class_<gvk::OffsetDataSource, S, PySource<gvk::OffsetDataSource>>(
       m, "OffsetDataSource",
       "Wraps a source and moves its coordinates by (dx, dy, dz) while its origin moves "
-      "by minus as much. It keeps the wrapped source alive.")
+      "by minus as much. It keeps the wrapped source alive. Subclasses call "
+      "super().__init__(source, dx, dy, dz); their overrides are honoured by every "
+      "caller, C++ transfers included.")
       .def(py::init<S&, double, double, double>(), py::arg("source"), py::arg("dx"),
            py::arg("dy"), py::arg("dz"), py::keep_alive<1, 2>());
 }

@@ -10,11 +10,21 @@
 #include <gravok/providers.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
+#include <system_error>
 
 #include "common.h"
 
 namespace gravok_python {
+
+std::string path_from(const py::handle& location) {
+  // os.fspath raises TypeError for what is neither str, bytes nor os.PathLike;
+  // os.fsencode gives the bytes the file system uses, a name that was not valid
+  // UTF-8 (decoded with surrogate escapes) included.
+  const py::module_ os = py::module_::import("os");
+  return os.attr("fsencode")(os.attr("fspath")(location)).cast<std::string>();
+}
 
 namespace {
 
@@ -297,23 +307,83 @@ class ForwardingStoreProvider : public ForwardingProvider<gvk::DataStoreProvider
   }
 };
 
-struct Plugin;
-
-// The modules loaded through load_plugin and not yet unloaded.
-std::set<Plugin*>& loaded_plugins() {
-  static std::set<Plugin*> plugins;
-  return plugins;
-}
-
-// A loaded plug-in module, and how many Python objects made by its code still live.
+// A loaded plug-in module, and how many Python objects made while it was loaded
+// still live.
 struct Plugin {
-  Plugin() = default;
-  Plugin(const Plugin&) = delete;
-  Plugin& operator=(const Plugin&) = delete;
-  ~Plugin() { loaded_plugins().erase(this); }
   std::unique_ptr<gvk::PluginModule> module;
   long long live_objects = 0;
 };
+using PluginPtr = std::shared_ptr<Plugin>;
+
+// The modules loaded here and not yet unloaded. This list, not the Python handle,
+// keeps a module loaded: a handle that is dropped leaves its providers registered.
+std::vector<PluginPtr>& loaded_plugins() {
+  static std::vector<PluginPtr> plugins;
+  return plugins;
+}
+
+void forget(const Plugin& plugin) {
+  std::vector<PluginPtr>& loaded = loaded_plugins();
+  loaded.erase(std::remove_if(loaded.begin(), loaded.end(),
+                              [&](const PluginPtr& p) { return p.get() == &plugin; }),
+               loaded.end());
+}
+
+// Unloads `plugin` now; ValueError while objects made while it was loaded live.
+int unload_plugin(Plugin& plugin) {
+  if (plugin.live_objects > 0) {
+    throw py::value_error("cannot unload " + plugin.module->path() + ": " +
+                          std::to_string(plugin.live_objects) +
+                          " objects made while it was loaded still live");
+  }
+  forget(plugin);
+  return plugin.module->unload();
+}
+
+// At the interpreter's exit: a module whose objects are gone is unloaded; one whose
+// objects still live (they go later, during finalization) has its providers
+// unregistered and stays mapped, so that their code is still there.
+void release_plugins_at_exit() {
+  for (const PluginPtr& plugin : loaded_plugins()) {
+    if (plugin->live_objects == 0) {
+      plugin->module->unload();
+      continue;
+    }
+    for (const std::string& name : plugin->module->source_provider_names())
+      gvk::unregisterDataSourceProvider(name);
+    for (const std::string& name : plugin->module->store_provider_names())
+      gvk::unregisterDataStoreProvider(name);
+    static_cast<void>(plugin->module.release());
+  }
+  loaded_plugins().clear();
+}
+
+// The handle of the loaded module that is the file `path`, or null.
+PluginPtr plugin_of_file(const std::string& path) {
+  for (const PluginPtr& plugin : loaded_plugins()) {
+    std::error_code code;
+    if (std::filesystem::equivalent(path, plugin->module->path(), code)) return plugin;
+  }
+  return nullptr;
+}
+
+// What loading a folder or a file gave: (modules, failures, skipped), the modules as
+// handles that the list above keeps, the others as (path, message) pairs.
+py::tuple take_loaded(gvk::PluginLoadResult& result) {
+  py::list modules, failures, skipped;
+  for (std::unique_ptr<gvk::PluginModule>& module : result.modules) {
+    auto plugin = std::make_shared<Plugin>();
+    plugin->module = std::move(module);
+    loaded_plugins().push_back(plugin);
+    modules.append(py::cast(plugin));
+  }
+  for (const gvk::PluginLoadMessage& m : result.failures)
+    failures.append(py::make_tuple(m.path, m.message));
+  for (const gvk::PluginLoadMessage& m : result.skipped)
+    skipped.append(py::make_tuple(m.path, m.message));
+  result.modules.clear();
+  return py::make_tuple(modules, failures, skipped);
+}
 
 // The Python providers registered here, by registry and name, so that they can be
 // unregistered before the interpreter exits.
@@ -348,15 +418,13 @@ void unregister_python_providers() {
   python_store_providers().clear();
 }
 
-// Keeps every loaded module alive as long as `object` lives.
+// Counts `object` against every loaded module until it is gone: a module refuses to
+// unload while objects made while it was loaded live.
 void tie_to_plugins(py::handle object) {
-  for (Plugin* plugin : loaded_plugins()) {
-    py::handle patient = py::cast(plugin, py::return_value_policy::reference);
-    patient.inc_ref();
+  for (const PluginPtr& plugin : loaded_plugins()) {
     ++plugin->live_objects;
-    py::cpp_function release([plugin, patient](py::handle weakref) {
+    py::cpp_function release([plugin](py::handle weakref) {
       --plugin->live_objects;
-      patient.dec_ref();
       weakref.dec_ref();
     });
     py::weakref(object, release).release();
@@ -482,7 +550,8 @@ void bind_registry(py::module_& m) {
       "Every store provider in name order (borrowed, as dataSourceProviders).");
   m.def(
       "createDataSource",
-      [](const std::string& location) {
+      [](const py::object& location_object) {
+        const std::string location = path_from(location_object);
         std::unique_ptr<gvk::DataSource> source;
         {
           py::gil_scoped_release unlocked;
@@ -491,11 +560,13 @@ void bind_registry(py::module_& m) {
         return from_registry(std::move(source));
       },
       py::arg("location"),
-      "A source for `location` from the first provider that makes one, or None. The "
-      "caller owns it; it keeps the loaded plug-in modules alive.");
+      "A source for `location` (str or os.PathLike) from the first provider that makes "
+      "one, or None. The caller owns it; loaded plug-in modules refuse to unload "
+      "while it lives.");
   m.def(
       "createDataStore",
-      [](const std::string& location) {
+      [](const py::object& location_object) {
+        const std::string location = path_from(location_object);
         std::unique_ptr<gvk::DataStore> store;
         {
           py::gil_scoped_release unlocked;
@@ -505,60 +576,84 @@ void bind_registry(py::module_& m) {
       },
       py::arg("location"), "A store for `location`, or None, as createDataSource.");
 
-  py::class_<Plugin>(m, "PluginModule",
-                     "A loaded plug-in module whose providers are registered. It stays "
-                     "loaded while this object or any source, store or provider made "
-                     "by its code lives; unload() unloads it at once.")
-      .def(
-          "unload",
-          [](Plugin& p) {
-            if (p.live_objects > 0) {
-              throw py::value_error("cannot unload " + p.module->path() + ": " +
-                                    std::to_string(p.live_objects) +
-                                    " objects made while it was loaded still live");
-            }
-            loaded_plugins().erase(&p);
-            return p.module->unload();
-          },
-          "Unregisters the module's providers and closes it; returns how many "
-          "registrations it had left behind. ValueError while objects made while it "
-          "was loaded still live.")
+  py::class_<Plugin, PluginPtr>(
+      m, "PluginModule",
+      "A loaded plug-in module whose providers are registered. It stays loaded, with "
+      "its providers, until unload() or the interpreter's exit, whether or not this "
+      "handle is kept.")
+      .def("unload", &unload_plugin,
+           "Unregisters the module's providers and closes it; returns how many "
+           "registrations it had left behind. ValueError while objects made while it "
+           "was loaded still live.")
       .def_property_readonly("is_loaded",
                              [](const Plugin& p) { return p.module->is_loaded(); })
       .def_property_readonly("path", [](const Plugin& p) { return p.module->path(); })
       .def_property_readonly("provider_count",
                              [](const Plugin& p) { return p.module->provider_count(); })
+      .def_property_readonly(
+          "source_provider_names",
+          [](const Plugin& p) { return p.module->source_provider_names(); },
+          "The source providers it registered that are still registered.")
+      .def_property_readonly(
+          "store_provider_names",
+          [](const Plugin& p) { return p.module->store_provider_names(); },
+          "The store providers it registered that are still registered.")
       .def("__enter__", [](py::object self) { return self; })
-      .def("__exit__",
-           [](Plugin& p, py::args) {
-             // Unloads the module unless objects made while it was loaded still live;
-             // they keep it loaded until they and this object are gone.
-             if (p.live_objects == 0) {
-               loaded_plugins().erase(&p);
-               p.module->unload();
-             }
-           })
+      .def(
+          "__exit__",
+          [](Plugin& p, py::args) {
+            if (p.module->is_loaded() && p.live_objects == 0) unload_plugin(p);
+          },
+          "Unloads the module unless objects made while it was loaded still live; "
+          "they keep it loaded until unload() or the interpreter's exit.")
       .def("__repr__", [](const Plugin& p) {
         return "PluginModule('" + p.module->path() +
-               "', loaded=" + (p.module->is_loaded() ? "True" : "False") + ")";
+               "', loaded=" + (p.module->is_loaded() ? "True" : "False") +
+               ", providers=" + std::to_string(p.module->provider_count()) + ")";
       });
 
   m.def(
       "load_plugin",
-      [](const std::string& path) {
-        std::string error;
-        auto module = gvk::PluginModule::load(path, error);
-        if (!module) throw py::value_error(error);
-        auto plugin = std::make_unique<Plugin>();
-        plugin->module = std::move(module);
-        loaded_plugins().insert(plugin.get());
-        py::object result = py::cast(std::move(plugin));
-        return result;
+      [](const py::object& path) -> py::object {
+        const std::string file = path_from(path);
+        gvk::PluginLoadResult result;
+        gvk::loadPluginFile(file, result);
+        if (!result.modules.empty()) return take_loaded(result)[0].cast<py::list>()[0];
+        if (!result.skipped.empty()) {
+          if (PluginPtr loaded = plugin_of_file(file)) return py::cast(loaded);
+          throw py::value_error(result.skipped.front().message);
+        }
+        throw py::value_error(result.failures.empty() ? "cannot load " + file
+                                                      : result.failures.front().message);
       },
       py::arg("path"),
-      "Loads the plug-in module at `path` and registers its providers. ValueError with "
-      "the reason (the path and the system's message) when it cannot be loaded.");
+      "Loads the plug-in module at `path` (str or os.PathLike) and registers its "
+      "providers; a module loaded already gives its handle again. It stays loaded "
+      "until unload() or the interpreter's exit, whether or not the result is kept. "
+      "ValueError with the reason (the path and the system's message) when it cannot "
+      "be loaded, or is refused because users other than root and you may change it.");
+  m.def("installed_plugin_folder", &gvk::installedPluginFolder,
+        "The plug-in folder of the installation the library was loaded from "
+        "(<libdir>/gravok/plugins), which may not exist; '' when it cannot be told.");
+  m.def(
+      "_load_plugin_folder",
+      [](const py::object& folder) {
+        gvk::PluginLoadResult result;
+        gvk::loadPluginFolder(path_from(folder), result);
+        return take_loaded(result);
+      },
+      py::arg("folder"), "(modules, failures, skipped) of loading a folder's modules.");
+  m.def(
+      "_load_plugin_file",
+      [](const py::object& path) {
+        gvk::PluginLoadResult result;
+        gvk::loadPluginFile(path_from(path), result);
+        return take_loaded(result);
+      },
+      py::arg("path"), "(modules, failures, skipped) of loading one module.");
 
+  py::module_::import("atexit").attr("register")(
+      py::cpp_function(&release_plugins_at_exit));
   // Python providers cannot outlive the interpreter: they are unregistered when it
   // exits.
   py::module_::import("atexit").attr("register")(

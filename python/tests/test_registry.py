@@ -1,10 +1,15 @@
 """The registry with Python providers, and plug-in modules."""
 
 import gc
+import os
+import pathlib
 
 import pytest
 
 import gravok
+from conftest import SOURCE_DIR
+
+LANDXML_FILE = SOURCE_DIR / "tests" / "data" / "landxml" / "civil_example_clean.xml"
 
 
 class PairSource(gravok.DataSource):
@@ -89,22 +94,53 @@ def test_plugin_objects_keep_the_module_loaded(json_plugin, example_problem):
 def test_load_plugin_reports_why_it_fails(tmp_path, json_plugin):
     with pytest.raises(ValueError, match="missing.so"):
         gravok.load_plugin(str(tmp_path / "missing.so"))
-    with pytest.raises(ValueError):
-        gravok.load_plugin(json_plugin.path)  # already loaded
+    with pytest.raises(TypeError):
+        gravok.load_plugin(42)
+    # A module that other users may change is refused before any of its code runs.
+    shared = tmp_path / "shared"
+    shared.mkdir()
+    copy = shared / "copy.so"
+    copy.write_bytes(pathlib.Path(json_plugin.path).read_bytes())
+    shared.chmod(0o777)
+    with pytest.raises(ValueError, match="may be written by every user"):
+        gravok.load_plugin(copy)
+    shared.chmod(0o755)
 
 
-def test_landxml_plugin_surface_reaches_numpy(example_problem):
-    import os
+def test_a_module_loaded_already_gives_its_handle_again(tmp_path, json_plugin):
+    link = tmp_path / "link.so"
+    link.symlink_to(json_plugin.path)
+    for name in (json_plugin.path, pathlib.Path(json_plugin.path), link):
+        again = gravok.load_plugin(name)
+        assert again is json_plugin, name
+    assert json_plugin.provider_count == 2
+
+
+def test_a_dropped_load_plugin_result_leaves_the_module_loaded():
     path = os.environ.get("GRAVOK_LANDXML_PLUGIN")
     if not path:
         pytest.skip("the LandXML plug-in is not built")
-    from conftest import SOURCE_DIR
-    plugin = gravok.load_plugin(path)
-    source = gravok.createDataSource(
-        "landxml:" + str(SOURCE_DIR / "tests" / "data" / "landxml" / "civil_example_clean.xml"))
+    gravok.load_plugin(pathlib.Path(path))  # the handle is not kept
+    gc.collect()
+    assert "landxml" in gravok.dataSourceProviderNames()
+    source = gravok.createDataSource(LANDXML_FILE)
     x, y, z, triangles, info = source.get_eg_data()
     assert len(x) > 0 and triangles.shape[1] == 3 and int(triangles.max()) < len(x)
+    plugin = gravok.load_plugin(path)
+    assert plugin.source_provider_names == ["landxml"]
+    with pytest.raises(ValueError, match="still live"):
+        plugin.unload()
     del source
     gc.collect()
     plugin.unload()
     assert not plugin.is_loaded
+    assert "landxml" not in gravok.dataSourceProviderNames()
+
+
+def test_locations_are_str_or_path_like(json_plugin, example_problem):
+    for location in (example_problem, pathlib.Path(example_problem),
+                     os.fsencode(example_problem)):
+        source = gravok.createDataSource(location)
+        assert source.get_hostcad_version() == "SiteDesigner 12.4", location
+    with pytest.raises(TypeError):
+        gravok.createDataSource(3.5)

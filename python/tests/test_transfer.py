@@ -211,3 +211,45 @@ def test_malformed_override_results_raise(bad, error):
 
     with pytest.raises(error):
         RecordingStore().copyFrom(Bad())
+
+
+def test_offset_source_subclass_overrides_reach_copy_all_from():
+    class Flattened(gravok.OffsetDataSource):
+        """Moves the wrapped mesh, then flattens it: an override C++ must call."""
+
+        def get_eg_data(self):
+            x, y, z, triangles, info = super().get_eg_data()
+            return x, y, np.zeros_like(z), triangles, info
+
+        def get_max_slope(self):
+            return 0.125
+
+    inner = ProblemSource()
+    flattened = Flattened(inner, 10.0, 20.0, 30.0)
+    store = RecordingStore(origin=(inner.get_xorig(), inner.get_yorig(), inner.get_zorig()))
+    store.copyAllFrom(flattened)
+    x, y, z, triangles, info = store.parts["set_eg_data"]
+    # The wrapper moved the coordinates and its origin by as much the other way; the
+    # transfer into the inner origin moves them back. The override flattened z to 0 in
+    # the wrapper's origin, 30 below the store's.
+    assert same_bits(x, (inner.x + 10.0) - 10.0) and same_bits(y, (inner.y + 20.0) - 20.0)
+    assert np.all(z == -30.0) and same_bits(triangles, inner.triangles)
+    assert store.parts["set_max_slope"] == (0.125,)
+    assert repr(flattened).startswith("<Flattened origin=(2000090.125, 500030.5, 70.0)")
+
+
+def test_a_store_in_a_with_block_writes_once_at_its_end(json_plugin, tmp_path):
+    path = tmp_path / "with.json"
+    with gravok.createDataStore(path) as store:
+        store.copyAllFrom(ProblemSource())
+        assert not path.exists()  # the bracket is still open
+        store.set_max_slope(0.2)
+    assert gravok.createDataSource(path).get_max_slope() == 0.2
+
+    # A block that raises leaves the bracket open: nothing of it is written.
+    failed = tmp_path / "failed.json"
+    with pytest.raises(Boom):
+        with gravok.createDataStore(failed) as store:
+            store.copyAllFrom(ProblemSource())
+            raise Boom("interrupted")
+    assert not failed.exists()

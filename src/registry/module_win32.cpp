@@ -12,6 +12,7 @@
 #endif
 #include <windows.h>
 
+#include <cctype>
 #include <cstring>
 
 namespace gvk::detail {
@@ -32,6 +33,25 @@ std::string system_message(DWORD code) {
     message.pop_back();
   const std::string number = "error " + std::to_string(code);
   return message.empty() ? number : to_utf8(message) + " (" + number + ")";
+}
+
+// A byte of the library, whose address tells the system which DLL the library is.
+const char g_library_marker = 0;
+
+// The file of the loaded module `module`, growing the buffer until the name fits.
+std::string file_of(HMODULE module) {
+  std::wstring name(MAX_PATH, L'\0');
+  for (;;) {
+    const DWORD length =
+        GetModuleFileNameW(module, name.data(), static_cast<DWORD>(name.size()));
+    if (length == 0) return {};
+    if (length < name.size()) {
+      name.resize(length);
+      return to_utf8(name);
+    }
+    if (name.size() >= 32768) return {};  // the longest path Windows has
+    name.resize(name.size() * 2);
+  }
 }
 
 }  // namespace
@@ -63,5 +83,32 @@ EntryPoint find_entry_point(void* module, const char* name, std::string& message
 }
 
 void close_module(void* module) { FreeLibrary(static_cast<HMODULE>(module)); }
+
+std::string module_file(void* module) { return file_of(static_cast<HMODULE>(module)); }
+
+std::string library_file() {
+  HMODULE library = nullptr;
+  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                              GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                          reinterpret_cast<LPCWSTR>(&g_library_marker), &library))
+    return {};
+  return file_of(library);
+}
+
+bool has_module_suffix(const std::string& file_name) {
+  static const char kSuffix[] = ".dll";
+  const std::size_t n = sizeof kSuffix - 1;
+  if (file_name.size() <= n) return false;
+  for (std::size_t i = 0; i < n; ++i) {
+    const unsigned char c =
+        static_cast<unsigned char>(file_name[file_name.size() - n + i]);
+    if (std::tolower(c) != kSuffix[i]) return false;
+  }
+  return true;
+}
+
+// Windows guards files with access-control lists rather than owners and modes; the
+// administrator of the machine keeps the plug-in folders of an installation safe.
+std::string untrusted_reason(const std::string&, const char*) { return {}; }
 
 }  // namespace gvk::detail

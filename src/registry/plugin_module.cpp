@@ -1,11 +1,14 @@
 #include <gravok/plugin.h>
 #include <gravok/providers.h>
 
+#include "loaded_modules.h"
 #include "module_loader.h"
 #include "registrations.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <limits>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -13,19 +16,41 @@ namespace gvk {
 namespace {
 
 using detail::EntryPoint;
-// The handles of the modules that PluginModule objects hold, so that one module is
-// loaded through one object only.
-std::vector<void*>& held_modules() {
-  static std::vector<void*> modules;
+
+// A module that a PluginModule holds: its handle and the file the system loaded it
+// from (empty when the system cannot say).
+struct HeldModule {
+  void* module;
+  std::string file;
+};
+
+// The modules that PluginModule objects hold, so that one module is loaded through
+// one object only.
+std::vector<HeldModule>& held_modules() {
+  static std::vector<HeldModule> modules;
   return modules;
 }
 
 bool is_held(void* module) {
-  const std::vector<void*>& held = held_modules();
-  return std::find(held.begin(), held.end(), module) != held.end();
+  const std::vector<HeldModule>& held = held_modules();
+  return std::any_of(held.begin(), held.end(),
+                     [&](const HeldModule& h) { return h.module == module; });
 }
 
 }  // namespace
+
+namespace detail {
+
+std::string loaded_module_file(const std::string& path) {
+  for (const HeldModule& held : held_modules()) {
+    std::error_code code;
+    if (!held.file.empty() && std::filesystem::equivalent(path, held.file, code))
+      return held.file;
+  }
+  return {};
+}
+
+}  // namespace detail
 
 struct PluginModule::State {
   std::string path;
@@ -80,7 +105,7 @@ std::unique_ptr<PluginModule> PluginModule::load(const std::string& path,
   }
   loaded->m_state = state.release();  // from here on every exit unloads the module
   State& s = *loaded->m_state;
-  held_modules().push_back(s.module);
+  held_modules().push_back(HeldModule{s.module, detail::module_file(s.module)});
 
   const EntryPoint add =
       detail::find_entry_point(s.module, "gravok_plugin_register", message);
@@ -110,8 +135,11 @@ int PluginModule::unload() noexcept {
   const std::unique_ptr<State> state(std::exchange(m_state, nullptr));
   if (state->unregister) state->unregister();
   const int removed = detail::remove_registrations(state->first, state->end);
-  std::vector<void*>& held = held_modules();
-  held.erase(std::remove(held.begin(), held.end(), state->module), held.end());
+  std::vector<HeldModule>& held = held_modules();
+  held.erase(
+      std::remove_if(held.begin(), held.end(),
+                     [&](const HeldModule& h) { return h.module == state->module; }),
+      held.end());
   detail::close_module(state->module);
   return removed;
 }
@@ -121,5 +149,15 @@ bool PluginModule::is_loaded() const { return m_state != nullptr; }
 std::string PluginModule::path() const { return m_state ? m_state->path : std::string(); }
 
 int PluginModule::provider_count() const { return m_state ? m_state->provider_count : 0; }
+
+std::vector<std::string> PluginModule::source_provider_names() const {
+  if (!m_state) return {};
+  return detail::registration_names(m_state->first, m_state->end, false);
+}
+
+std::vector<std::string> PluginModule::store_provider_names() const {
+  if (!m_state) return {};
+  return detail::registration_names(m_state->first, m_state->end, true);
+}
 
 }  // namespace gvk

@@ -7,6 +7,9 @@
 #ifndef GRAVOK_SRC_REGISTRY_REGISTRATIONS_H
 #define GRAVOK_SRC_REGISTRY_REGISTRATIONS_H
 
+#include <string>
+#include <vector>
+
 namespace gvk::detail {
 
 // The serial number that the next successful registration receives.
@@ -15,6 +18,11 @@ unsigned long long next_registration_serial();
 // How many registrations, in both registries together, hold a serial number from
 // `first` up to but not including `end`.
 int count_registrations(unsigned long long first, unsigned long long end);
+
+// The names, in ascending order, of those registrations in the store-provider
+// registry (`stores`) or the source-provider registry.
+std::vector<std::string> registration_names(unsigned long long first,
+                                            unsigned long long end, bool stores);
 
 // Unregisters those registrations, destroying their providers; returns how many.
 int remove_registrations(unsigned long long first, unsigned long long end);

@@ -74,6 +74,16 @@ int count_in(const Registry<Provider>& registry, unsigned long long first,
   return count;
 }
 
+template <class Provider>
+std::vector<std::string> names_in(const Registry<Provider>& registry,
+                                  unsigned long long first, unsigned long long end) {
+  std::vector<std::string> names;
+  for (const auto& entry : registry)
+    if (entry.second.serial >= first && entry.second.serial < end)
+      names.push_back(entry.first);
+  return names;
+}
+
 // Gathers the names first and erases them one by one, so that a provider's destructor
 // never runs in the middle of a walk over the registry.
 template <class Provider>
@@ -108,7 +118,33 @@ std::unique_ptr<Object> first_made(
   return nullptr;
 }
 
+// Where reportRefusal puts a reason on this thread: the list of the innermost
+// two-argument creation call, or nowhere.
+thread_local std::vector<std::string>* t_refusals = nullptr;
+
+// Points reportRefusal at `list` (null: discard) for the lifetime of the object.
+class RefusalScope {
+ public:
+  explicit RefusalScope(std::vector<std::string>* list) : m_outer(t_refusals) {
+    t_refusals = list;
+  }
+  ~RefusalScope() { t_refusals = m_outer; }
+  RefusalScope(const RefusalScope&) = delete;
+  RefusalScope& operator=(const RefusalScope&) = delete;
+
+ private:
+  std::vector<std::string>* m_outer;
+};
+
 }  // namespace
+
+void reportRefusal(std::string reason) {
+  if (!t_refusals) return;
+  for (const std::string& known : *t_refusals) {
+    if (known == reason) return;
+  }
+  t_refusals->push_back(std::move(reason));
+}
 
 bool registerDataSourceProvider(std::string name,
                                 std::unique_ptr<DataSourceProvider> provider) {
@@ -129,6 +165,7 @@ std::vector<const DataSourceProvider*> dataSourceProviders() {
 std::vector<std::string> dataSourceProviderNames() { return names_of(source_registry()); }
 
 std::unique_ptr<DataSource> createDataSource(const std::string& location) {
+  const RefusalScope discard(nullptr);
   return first_made(dataSourceProviders(), location,
                     &DataSourceProvider::createDataSource);
 }
@@ -151,6 +188,22 @@ std::vector<const DataStoreProvider*> dataStoreProviders() {
 std::vector<std::string> dataStoreProviderNames() { return names_of(store_registry()); }
 
 std::unique_ptr<DataStore> createDataStore(const std::string& location) {
+  const RefusalScope discard(nullptr);
+  return first_made(dataStoreProviders(), location, &DataStoreProvider::createDataStore);
+}
+
+std::unique_ptr<DataSource> createDataSource(const std::string& location,
+                                             std::vector<std::string>& reasons) {
+  reasons.clear();
+  const RefusalScope collect(&reasons);
+  return first_made(dataSourceProviders(), location,
+                    &DataSourceProvider::createDataSource);
+}
+
+std::unique_ptr<DataStore> createDataStore(const std::string& location,
+                                           std::vector<std::string>& reasons) {
+  reasons.clear();
+  const RefusalScope collect(&reasons);
   return first_made(dataStoreProviders(), location, &DataStoreProvider::createDataStore);
 }
 
@@ -160,6 +213,12 @@ unsigned long long next_registration_serial() { return g_next_serial; }
 
 int count_registrations(unsigned long long first, unsigned long long end) {
   return count_in(source_registry(), first, end) + count_in(store_registry(), first, end);
+}
+
+std::vector<std::string> registration_names(unsigned long long first,
+                                            unsigned long long end, bool stores) {
+  return stores ? names_in(store_registry(), first, end)
+                : names_in(source_registry(), first, end);
 }
 
 int remove_registrations(unsigned long long first, unsigned long long end) {

@@ -1,8 +1,8 @@
 #include "builtin_providers.h"
 
 #include "json_providers.h"
-#include "problem_source.h"
 
+#include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/triangle_files.h>
 
@@ -18,10 +18,9 @@ bool ends_with(const std::string& text, const std::string& suffix) {
 
 // A mesh read from files as a problem with nothing else: default settings, unknown
 // units, origin zero (the coordinates are taken as the files give them).
-gvk_json::Problem mesh_problem(std::vector<double> x, std::vector<double> y,
-                               std::vector<double> z,
-                               std::vector<gvk::Triangle> triangles) {
-  gvk_json::Problem p;
+gvk::Problem mesh_problem(std::vector<double> x, std::vector<double> y,
+                          std::vector<double> z, std::vector<gvk::Triangle> triangles) {
+  gvk::Problem p;
   p.mesh.triangle_info.resize(triangles.size());
   p.mesh.x = std::move(x);
   p.mesh.y = std::move(y);
@@ -32,7 +31,7 @@ gvk_json::Problem mesh_problem(std::vector<double> x, std::vector<double> y,
 
 // The .node and .ele pair that PATH.node or PATH.ele names.
 gvk::TriangleFileResult read_node_ele(const std::string& location,
-                                      gvk_json::Problem& problem) {
+                                      gvk::Problem& problem) {
   const std::string stem =
       location.substr(0, location.size() - (ends_with(location, ".node") ? 5 : 4));
   std::vector<double> x, y, z;
@@ -47,8 +46,7 @@ gvk::TriangleFileResult read_node_ele(const std::string& location,
 
 // The vertices of a .poly file: z the third coordinate, else the first attribute,
 // else 0; no triangles.
-gvk::TriangleFileResult read_poly(const std::string& location,
-                                  gvk_json::Problem& problem) {
+gvk::TriangleFileResult read_poly(const std::string& location, gvk::Problem& problem) {
   gvk::TrianglePoly poly;
   const gvk::TriangleFileResult result = gvk::read_poly_file(location, poly);
   if (!result) return result;
@@ -64,7 +62,7 @@ gvk::TriangleFileResult read_poly(const std::string& location,
   return result;
 }
 
-using Reader = gvk::TriangleFileResult (*)(const std::string&, gvk_json::Problem&);
+using Reader = gvk::TriangleFileResult (*)(const std::string&, gvk::Problem&);
 
 // A source provider over one of the readers above.
 class MeshFileProvider : public gvk::DataSourceProvider {
@@ -83,14 +81,13 @@ class MeshFileProvider : public gvk::DataSourceProvider {
   std::string description() const override { return m_description; }
   std::unique_ptr<gvk::DataSource> createDataSource(
       const std::string& location) const override {
-    gvk_json::Problem problem;
-    if (!m_read(location, problem)) return nullptr;
-    return std::make_unique<gvk_json::ProblemSource>(std::move(problem));
-  }
-  // The reader's message for `location`, or empty.
-  std::string error(const std::string& location) const {
-    gvk_json::Problem problem;
-    return m_read(location, problem).message;
+    gvk::Problem problem;
+    const gvk::TriangleFileResult read = m_read(location, problem);
+    if (!read) {
+      gvk::reportRefusal(read.message);
+      return nullptr;
+    }
+    return std::make_unique<gvk::ProblemSource>(std::move(problem));
   }
 
  private:
@@ -131,29 +128,6 @@ void unregister_builtin_providers() {
   if (g_json_registered) gvk_json::unregister_providers();
   gvk::unregisterDataSourceProvider(kNodeEleName);
   gvk::unregisterDataSourceProvider(kPolyName);
-}
-
-std::string builtin_source_error(const std::string& location) {
-  std::string error;
-  if (!gvk_json::location_path(location).empty()) {
-    gvk_json::open_source(location, error);
-    return error;
-  }
-  for (const MeshFileProvider* provider : {&node_ele_provider(), &poly_provider()}) {
-    if (provider->canHandle(location)) return provider->error(location);
-  }
-  return error;
-}
-
-std::string builtin_store_error(const std::string& location) {
-  std::string error;
-  if (!gvk_json::location_path(location).empty()) gvk_json::open_store(location, error);
-  return error;
-}
-
-std::string builtin_write_error(const gvk::DataStore& store) {
-  const auto* json = dynamic_cast<const gvk_json::JsonStore*>(&store);
-  return json ? json->write_error() : std::string();
 }
 
 }  // namespace gravok_tool

@@ -1,5 +1,7 @@
 // The providers built into the gravok tool (JSON problem documents, node/element
-// pairs, .poly files), and what they say when they refuse a location.
+// pairs, .poly files). Each that recognises a location but cannot open it says why
+// through gvk::reportRefusal ("site.1.ele:7: triangle 5 names vertex 40, but there
+// are 30 vertices").
 #ifndef GRAVOK_TOOL_BUILTIN_PROVIDERS_H
 #define GRAVOK_TOOL_BUILTIN_PROVIDERS_H
 
@@ -13,17 +15,6 @@ namespace gravok_tool {
 // module registered first keeps its name; the tool's own then stays out.
 void register_builtin_providers();
 void unregister_builtin_providers();
-
-// Why a built-in provider that accepts `location` cannot open it as a source ("site.1.
-// ele:7: triangle 5 names vertex 40, but there are 30 vertices"); empty when none of
-// them accepts it or when it opens.
-std::string builtin_source_error(const std::string& location);
-// The same for opening `location` as a store.
-std::string builtin_store_error(const std::string& location);
-
-// Why a store of a built-in provider failed to write what it was given; empty when it
-// wrote it, or when `store` is not one of theirs.
-std::string builtin_write_error(const gvk::DataStore& store);
 
 }  // namespace gravok_tool
 

@@ -1,26 +1,30 @@
 #include "commands.h"
 
 #include "builtin_providers.h"
-#include "compare.h"
 #include "demo.h"
+#include "earthwork.h"
+#include "generated_problem.h"
 #include "inspect.h"
 #include "json_document.h"
 #include "json_store.h"
+#include "mesh_files.h"
 #include "plot.h"
-#include "problem_source.h"
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/poly_file.h>
+#include <gravok/problem.h>
 #include <gravok/providers.h>
+#include <gravok/store_losses.h>
 #include <gravok/text.h>
 
 #include <cstdio>
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 
 #if defined(_WIN32)
 #include <io.h>
@@ -56,6 +60,8 @@ class Progress {
 
 std::wstring wide(const std::string& text) { return gvk::from_utf8(text); }
 
+}  // namespace
+
 std::string json_string(const std::string& text) {
   std::string out = "\"";
   for (const char c : text) {
@@ -78,31 +84,32 @@ std::string json_string(const std::string& text) {
   return out + "\"";
 }
 
-// Opens `location` as a source, or says on stderr why it cannot.
+namespace {
+
+// Says on stderr why `location` did not open: each reason a provider gave, or that no
+// provider recognised it.
+void say_why_not(const std::string& location, const std::vector<std::string>& reasons,
+                 const char* what) {
+  for (const std::string& reason : reasons) std::cerr << "gravok: " << reason << "\n";
+  if (reasons.empty())
+    std::cerr << "gravok: cannot open " << location << ": no " << what << " opens it\n";
+}
+
+}  // namespace
+
 std::unique_ptr<gvk::DataSource> open_source(const std::string& location) {
-  std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location);
-  if (!source) {
-    const std::string reason = builtin_source_error(location);
-    if (reason.empty()) {
-      std::cerr << "gravok: cannot open " << location << ": no provider opens it\n";
-    } else {
-      std::cerr << "gravok: " << reason << "\n";
-    }
-  }
+  std::vector<std::string> reasons;
+  std::unique_ptr<gvk::DataSource> source = gvk::createDataSource(location, reasons);
+  if (!source) say_why_not(location, reasons, "provider");
   return source;
 }
 
+namespace {
+
 std::unique_ptr<gvk::DataStore> open_store(const std::string& location) {
-  std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location);
-  if (!store) {
-    const std::string reason = builtin_store_error(location);
-    if (reason.empty()) {
-      std::cerr << "gravok: cannot open " << location << " as a store: no store provider "
-                << "opens it\n";
-    } else {
-      std::cerr << "gravok: " << reason << "\n";
-    }
-  }
+  std::vector<std::string> reasons;
+  std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(location, reasons);
+  if (!store) say_why_not(location, reasons, "store provider");
   return store;
 }
 
@@ -112,13 +119,30 @@ bool read_location(const std::string& location, Progress& progress, Problem& pro
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return false;
   progress.step("reading " + location);
-  gvk_json::snapshot(*source, problem);
+  gvk::snapshot(*source, problem);
   return true;
+}
+
+// Lists on stderr what `store` says it dropped, one line per kind of thing. Returns
+// what copy exits with: 1 under --strict when anything was dropped, or when the store
+// cannot say what it drops; else 0.
+int declare_losses(const gvk::DataStore& store, const std::string& target, bool strict) {
+  const auto* declares = dynamic_cast<const gvk::DeclaresLosses*>(&store);
+  if (!declares) {
+    if (!strict) return kSuccess;
+    std::cerr << "gravok: " << target << ": the store does not say what it drops\n";
+    return kFailed;
+  }
+  const std::vector<gvk::StoreLoss> losses = declares->losses();
+  for (const gvk::StoreLoss& loss : losses)
+    std::cerr << "gravok: " << target << ": dropped " << loss.count << " " << loss.what
+              << "\n";
+  return strict && !losses.empty() ? kFailed : kSuccess;
 }
 
 }  // namespace
 
-int list_providers() {
+int list_providers(const std::map<std::string, std::string>& modules) {
   const std::vector<std::string> store_names = gvk::dataStoreProviderNames();
   const std::vector<std::string> source_names = gvk::dataSourceProviderNames();
   const std::vector<const gvk::DataSourceProvider*> all = gvk::dataSourceProviders();
@@ -127,8 +151,10 @@ int list_providers() {
   std::vector<std::string> names = store_names;
   names.insert(names.end(), source_names.begin(), source_names.end());
   for (std::size_t i = 0; i < all.size() && i < names.size(); ++i) {
-    std::cout << names[i] << (i < store_names.size() ? " (store)" : " (source)") << ": "
-              << all[i]->description() << "\n";
+    const char* kind = i < store_names.size() ? "store" : "source";
+    const auto module = modules.find(std::string(kind) + " " + names[i]);
+    std::cout << names[i] << " (" << kind << "): " << all[i]->description() << " ["
+              << (module == modules.end() ? "built in" : module->second) << "]\n";
   }
   return kSuccess;
 }
@@ -175,12 +201,7 @@ int copy(const Options& o) {
       store->copyAllFrom(*source);
     }
   }
-  const std::string failure = builtin_write_error(*store);
-  if (!failure.empty()) {
-    std::cerr << "gravok: " << o.target << ": " << failure << "\n";
-    return kFailed;
-  }
-  return kSuccess;
+  return declare_losses(*store, o.target, o.strict);
 }
 
 int dump(const Options& o) {
@@ -189,26 +210,27 @@ int dump(const Options& o) {
   Problem problem;
   if (!read_location(o.location, progress, problem)) return kUsage;
   progress.step("writing " + o.target);
-  std::string error;
-  if (!gvk_json::write_file(problem, o.target, error)) {
-    std::cerr << "gravok: " << error << "\n";
-    return kFailed;
-  }
+  gvk_json::write_file(problem, o.target);  // a failure reaches main as an exception
   return kSuccess;
 }
 
 int roundtrip(const Options& o) {
-  gvk_json::ProblemSource generated(generated_problem());
+  gvk::ProblemSource generated(generated_problem());
   Progress progress;
   progress.step("copying a generated problem into " + o.location);
   {
     std::unique_ptr<gvk::DataStore> store = open_store(o.location);
     if (!store) return kUsage;
-    store->copyAllFrom(generated);
-    const std::string failure = builtin_write_error(*store);
-    if (!failure.empty()) {
-      std::cerr << "gravok: " << failure << "\n";
-      return kFailed;
+    try {
+      store->copyAllFrom(generated);
+    } catch (const std::invalid_argument& refused) {
+      // A store may refuse values its format has no notation for; what it does with
+      // the rest is still worth comparing.
+      std::cerr << "gravok: " << refused.what() << "\n"
+                << "gravok: copying the generated problem again without its break lines "
+                   "that are not finite\n";
+      generated = gvk::ProblemSource(without_non_finite_break_lines(generated_problem()));
+      store->copyAllFrom(generated);
     }
   }
   progress.step("reading " + o.location + " back");
@@ -219,7 +241,7 @@ int roundtrip(const Options& o) {
     return kFailed;
   }
   Problem actual;
-  gvk_json::snapshot(*reopened, actual);
+  gvk::snapshot(*reopened, actual);
   // What a store that loses nothing answers: the same transfer into a store in memory
   // at the origin the store reports. Surfaces and GUIDs do not travel with a transfer.
   Problem at_origin;
@@ -229,11 +251,11 @@ int roundtrip(const Options& o) {
   at_origin.surface_ids = actual.surface_ids;
   at_origin.surface_names = actual.surface_names;
   at_origin.guids_valid = actual.guids_valid;
-  gvk_json::JsonStore lossless("", at_origin);
+  gvk::ProblemStore lossless(at_origin);
   lossless.copyAllFrom(generated);
   progress.step("");
   const std::vector<std::string> differences =
-      compare_problems(lossless.problem(), actual);
+      gvk::compare_problems(lossless.problem(), actual);
   for (const std::string& line : differences) std::cout << line << "\n";
   std::cout << (differences.empty()
                     ? "nothing lost\n"
@@ -251,26 +273,24 @@ int mesh_clean(const Options& o) {
   const std::size_t vertices = x.size();
   // The mesh tools rely on valid indices and full coordinate arrays: the first two
   // kinds of the mesh check, which it lists first.
+  // A .node file holds no NaN, so a mesh with one is refused as well.
   bool unsafe = false;
   for (const gvk::MeshFinding& f : gvk::check_mesh(x, y, z, triangles, -1.0)) {
-    if (f.kind != gvk::MeshFindingKind::MissingCoordinates &&
-        f.kind != gvk::MeshFindingKind::IndexOutOfRange) {
-      break;
-    }
-    std::cerr << "gravok: " << gvk::mesh_finding_message(f) << "\n";
+    if (f.kind > gvk::MeshFindingKind::NonFiniteCoordinate) break;
+    std::cerr << "gravok: " << o.location << ": " << gvk::mesh_finding_message(f) << "\n";
     unsafe = true;
   }
   if (unsafe) return kFailed;
-  {
-    GRAVOK_LOG_TIMING(L"mesh clean took ");
-    gvk::reindex_mesh(x, y, z, triangles, o.tolerance);
-    const std::size_t welded = vertices - x.size();
-    gvk::remove_unused_vertices(x, y, z, triangles);
-    gvk::PolyFile::to_files(o.target, x, y, z, triangles);
-    std::cout << vertices << " vertices: " << welded << " welded, "
-              << vertices - welded - x.size() << " unused, " << x.size() << " kept; "
-              << triangles.size() << " triangles\n";
-  }
+  GRAVOK_LOG_TIMING(L"mesh clean took ");
+  gvk::reindex_mesh(x, y, z, triangles, o.tolerance);
+  const std::size_t welded = vertices - x.size();
+  gvk::remove_unused_vertices(x, y, z, triangles);
+  // STEM names the files exactly: "out.d/site" writes out.d/site.1.node, whatever
+  // dots the folders or the name hold.
+  write_node_ele(o.target + ".1.node", o.target + ".1.ele", x, y, z, triangles);
+  std::cout << vertices << " vertices: " << welded << " welded, "
+            << vertices - welded - x.size() << " unused, " << x.size() << " kept; "
+            << triangles.size() << " triangles\n";
   return kSuccess;
 }
 
@@ -300,17 +320,32 @@ int classify(const Options& o) {
 
 int plot(const Options& o) {
   Progress progress;
-  Problem problem;
-  if (!read_location(o.location, progress, problem)) return kUsage;
+  SurfacePair pair;
+  PlotOptions options;
+  options.title = o.location;
+  if (o.compare.empty()) {
+    if (!read_location(o.location, progress, pair.base)) return kUsage;
+  } else {
+    progress.step("reading " + o.location + " and " + o.compare);
+    const int status =
+        read_surface_pair(o.location, o.base_surface, o.compare, o.top_surface, pair);
+    if (status != kSuccess) return status;
+    options.compare = &pair.top;
+    const auto leaf = [](const std::string& label, const std::string& location) {
+      const std::size_t slash = location.find_last_of("/\\");
+      return (slash == std::string::npos ? location : location.substr(slash + 1)) +
+             label.substr(std::min(label.size(), location.size()));
+    };
+    options.title = "Cut and fill: " + leaf(pair.top_label, o.compare) + " against " +
+                    leaf(pair.base_label, o.location);
+  }
   progress.step("drawing " + o.target);
   GRAVOK_LOG_TIMING(wide("plot " + o.location + " took "));
-  PlotOptions options;
   options.contour_interval = o.contour;
   options.mesh_edges = o.mesh_edges;
-  options.title = o.location;
   PlotSummary summary;
   std::string error;
-  if (!plot_problem(problem, options, o.target, summary, error)) {
+  if (!plot_problem(pair.base, options, o.target, summary, error)) {
     std::cerr << "gravok: " << error << "\n";
     return kFailed;
   }
@@ -318,7 +353,14 @@ int plot(const Options& o) {
   std::cout << o.target << ": " << summary.triangles_drawn << " triangles drawn";
   if (summary.triangles_skipped)
     std::cout << ", " << summary.triangles_skipped << " skipped";
-  std::cout << ", contours every " << summary.contour_interval << "\n";
+  if (summary.break_lines_drawn)
+    std::cout << ", " << summary.break_lines_drawn << " break lines";
+  if (summary.compared) {
+    std::cout << ", cut " << summary.earthwork.cut << ", fill " << summary.earthwork.fill
+              << ", net " << summary.earthwork.net << "\n";
+  } else {
+    std::cout << ", contours every " << summary.contour_interval << "\n";
+  }
   return kSuccess;
 }
 

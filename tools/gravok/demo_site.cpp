@@ -33,7 +33,7 @@ gravok_grading_element record() {
   return e;
 }
 
-void add_line(gvk_json::ElementSet& set, const Line& line) {
+void add_line(gvk::ElementSet& set, const Line& line) {
   set.records.push_back(record());
   set.xs.emplace_back();
   set.ys.emplace_back();
@@ -62,15 +62,14 @@ Line along_valley(double x0, double x1, double shift) {
   return line;
 }
 
-void add_point(gvk_json::ElementSet& set, double x, double y) {
+void add_point(gvk::ElementSet& set, double x, double y) {
   gravok_grading_element e = record();
   e.location[0] = x;
   e.location[1] = y;
   set.records.push_back(e);
 }
 
-void add_bounded(gvk_json::ElementSet& set, double x, double y, double below,
-                 double above) {
+void add_bounded(gvk::ElementSet& set, double x, double y, double below, double above) {
   gravok_grading_element e = record();
   e.location[0] = x;
   e.location[1] = y;
@@ -80,7 +79,7 @@ void add_bounded(gvk_json::ElementSet& set, double x, double y, double below,
 }
 
 // An offset ties the point at (x0, y0) to the one at (x1, y1), `rise` ft above it.
-void add_offset(gvk_json::ElementSet& set, double x0, double y0, double x1, double y1,
+void add_offset(gvk::ElementSet& set, double x0, double y0, double x1, double y1,
                 double rise) {
   gravok_grading_element e = record();
   e.location[0] = rise;
@@ -91,7 +90,7 @@ void add_offset(gvk_json::ElementSet& set, double x0, double y0, double x1, doub
   set.records.push_back(e);
 }
 
-void add_elements(gvk_json::Problem& p) {
+void add_elements(gvk::Problem& p) {
   auto& low = p.elements[LowPoint];
   for (const Hollow& h : kHollows) add_point(low, h.x, h.y);
   add_point(low, 1540, valley_y(1540));
@@ -120,7 +119,7 @@ void add_elements(gvk_json::Problem& p) {
            {{780, 1160}, {900, 1100}, {980, 960}, {1030, 760}, {1080, 560}, {1110, 385}});
 }
 
-void add_break_lines(gvk_json::Problem& p) {
+void add_break_lines(gvk::Problem& p) {
   const Line floor = along_valley(60, 1540, 0);
   for (std::size_t i = 0; i + 1 < floor.size(); ++i) {
     const auto& [x1, y1] = floor[i];
@@ -132,7 +131,7 @@ void add_break_lines(gvk_json::Problem& p) {
 
 // Columns [first, last] of a grid of `cells` cells per side, as one tile with its own
 // vertices; cells are split along alternating diagonals.
-void add_tile(gvk_json::Mesh& mesh, int cells, int first, int last) {
+void add_tile(gvk::Mesh& mesh, int cells, int first, int last) {
   const double step = kSide / cells;
   const unsigned long long base = mesh.x.size();
   const unsigned long long columns = last - first + 1;
@@ -172,13 +171,13 @@ double demo_elevation(double x, double y) {
   return z;
 }
 
-gvk_json::Problem demo_site(int cells) {
+gvk::Problem demo_site(int cells) {
   cells = std::clamp(cells, 4, 2000);
-  gvk_json::Problem p;
+  gvk::Problem p;
   p.hostcad_version = "gravok demo site 1";
-  p.linear_unit = gvk_json::store_unit(gvk::Known<1>(kFoot));
-  p.area_unit = gvk_json::store_unit(gvk::Known<2>(kFoot));
-  p.volume_unit = gvk_json::store_unit(gvk::Known<3>(kFoot));
+  p.linear_unit = gvk::store_unit(gvk::Known<1>(kFoot));
+  p.area_unit = gvk::store_unit(gvk::Known<2>(kFoot));
+  p.volume_unit = gvk::store_unit(gvk::Known<3>(kFoot));
   p.xorig = 2000000.0;
   p.yorig = 500000.0;
   p.zorig = 0.0;

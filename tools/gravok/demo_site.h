@@ -4,7 +4,7 @@
 #ifndef GRAVOK_TOOLS_DEMO_SITE_H
 #define GRAVOK_TOOLS_DEMO_SITE_H
 
-#include "json_document.h"
+#include <gravok/problem.h>
 
 namespace gravok_tool {
 
@@ -28,7 +28,7 @@ constexpr int kDemoCells = 316;
 //
 // `cells` sets the grid's fineness (clamped to 4 to 2000); the site's size and its
 // elements stay the same.
-gvk_json::Problem demo_site(int cells = kDemoCells);
+gvk::Problem demo_site(int cells = kDemoCells);
 
 // The ground elevation of the demo site at a local plan point, in feet.
 double demo_elevation(double x, double y);

@@ -1,5 +1,7 @@
 #include "inspect.h"
 
+#include "json_document.h"
+
 #include <gravok/mesh_check.h>
 
 #include <algorithm>
@@ -9,6 +11,9 @@
 #include <sstream>
 
 namespace gravok_tool {
+
+using gvk::Problem;
+
 namespace {
 
 using Lists = std::vector<std::vector<double>>;
@@ -235,7 +240,7 @@ class Checker {
     findings.push_back({std::move(check), std::move(where), std::move(what)});
   }
 
-  void element(GradingElementType kind, const gvk_json::ElementSet& data, std::size_t i) {
+  void element(GradingElementType kind, const gvk::ElementSet& data, std::size_t i) {
     const std::string where = gvk_json::element_kind_name(kind) + " " + std::to_string(i);
     std::vector<std::pair<double, double>> points = record_points(kind, data.records[i]);
     for (const double v : data.records[i].location) {
@@ -289,7 +294,7 @@ std::vector<Finding> inspect_problem(const Problem& problem, double tolerance) {
 std::string summarise_problem(const Problem& p) {
   std::ostringstream out;
   out.precision(15);
-  const auto unit = [](const gvk_json::StoredUnit& u) {
+  const auto unit = [](const gvk::StoredUnit& u) {
     return u.name + (u.abbreviation.empty() ? "" : " (" + u.abbreviation + ")");
   };
   out << "units: linear " << unit(p.linear_unit) << ", area " << unit(p.area_unit)

@@ -2,7 +2,7 @@
 #ifndef GRAVOK_TOOL_INSPECT_H
 #define GRAVOK_TOOL_INSPECT_H
 
-#include "compare.h"
+#include <gravok/problem.h>
 
 #include <string>
 #include <vector>
@@ -19,11 +19,11 @@ struct Finding {
 
 // Every finding in `problem`, mesh first, then elements, then settings. Vertices that
 // weld within `tolerance` are findings; a negative or NaN tolerance checks no welds.
-std::vector<Finding> inspect_problem(const Problem& problem, double tolerance);
+std::vector<Finding> inspect_problem(const gvk::Problem& problem, double tolerance);
 
 // A summary of the problem for people: units, origin, settings, mesh size and
 // extent, element counts by kind; several lines, each ending in a line feed.
-std::string summarise_problem(const Problem& problem);
+std::string summarise_problem(const gvk::Problem& problem);
 
 }  // namespace gravok_tool
 

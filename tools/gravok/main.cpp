@@ -1,5 +1,6 @@
 // gravok: opens, inspects, copies and dumps grading problems through the library's
-// registries, with plug-in modules loaded from --plugin and GRAVOK_PLUGINS.
+// registries, with the plug-in modules of the installed plug-in folder and of
+// GRAVOK_PLUGIN_PATH, and those named by GRAVOK_PLUGINS and --plugin.
 //
 // Exit status: 0 on success (inspect: no finding), 1 when a command did its work and
 // found a problem (inspect: findings; roundtrip: something lost; copy, dump, mesh
@@ -8,6 +9,7 @@
 #include "builtin_providers.h"
 #include "commands.h"
 #include "gravok_version.h"
+#include "plugin_loading.h"
 
 #include <gravok/log.h>
 #include <gravok/plugin.h>
@@ -22,26 +24,36 @@
 
 namespace {
 
-#if defined(_WIN32)
-constexpr char kPathListSeparator = ';';
-#else
-constexpr char kPathListSeparator = ':';
-#endif
+// The commands of `app`, separated by commas.
+std::string command_names(const CLI::App& app) {
+  std::string names;
+  for (const CLI::App* command : app.get_subcommands({}))
+    names += (names.empty() ? "" : ", ") + command->get_name();
+  return names;
+}
 
-std::vector<std::string> split_path_list(const char* list) {
-  std::vector<std::string> paths;
-  if (!list) return paths;
-  std::string current;
-  for (const char* c = list;; ++c) {
-    if (*c == kPathListSeparator || *c == '\0') {
-      if (!current.empty()) paths.push_back(current);
-      current.clear();
-      if (*c == '\0') break;
-    } else {
-      current += *c;
+// What "A subcommand is required" would leave unsaid: the first argument in the place
+// of a command (or of a command's command, as after "mesh") that names none, with
+// the commands there are; empty when every command named is known.
+std::string unknown_command(int argc, char** argv, CLI::App& app) {
+  CLI::App* level = &app;
+  for (int i = 1; i < argc && !level->get_subcommands({}).empty(); ++i) {
+    const std::string argument = argv[i];
+    if (argument == "--plugin") {
+      ++i;  // its value
+      continue;
     }
+    if (!argument.empty() && argument[0] == '-') continue;
+    CLI::App* next = nullptr;
+    for (CLI::App* command : level->get_subcommands({}))
+      if (command->get_name() == argument) next = command;
+    if (!next)
+      return "unknown command '" + argument + "'; the commands" +
+             (level == &app ? "" : " of '" + level->get_name() + "'") +
+             " are: " + command_names(*level);
+    level = next;
   }
-  return paths;
+  return {};
 }
 
 }  // namespace
@@ -49,17 +61,21 @@ std::vector<std::string> split_path_list(const char* list) {
 int main(int argc, char** argv) {
   using gravok_tool::Options;
   Options o;
-  std::vector<std::string> plugins;
+  gravok_tool::PluginSearch search;
+  bool no_plugins = false;
   bool verbose = false;
 
   CLI::App app{"gravok: open, inspect, copy and dump grading problems"};
   app.require_subcommand(1);
   app.fallthrough();
-  app.add_option("--plugin", plugins, "load a plug-in module (repeat for more)")
+  app.add_option("--plugin", search.modules, "load a plug-in module (repeat for more)")
       ->type_size(1)
       ->allow_extra_args(false)
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  app.add_flag("--no-plugins", no_plugins,
+               "load no plug-in module but those named by --plugin (neither the "
+               "installed ones nor those of GRAVOK_PLUGIN_PATH and GRAVOK_PLUGINS)");
   app.add_flag("--verbose", verbose, "log to the console at debug level");
   app.set_version_flag("--version",
                        "gravok " GRAVOK_TOOL_VERSION
@@ -81,6 +97,8 @@ int main(int argc, char** argv) {
   copy->add_option("store", o.target, "the location to write")->required();
   copy->add_flag("--records-only", o.records_only,
                  "move only what copyFrom moves (settings, mesh, element records)");
+  copy->add_flag("--strict", o.strict,
+                 "exit 1 when the store dropped anything (or cannot say what it drops)");
 
   CLI::App* dump = app.add_subcommand(
       "dump", "write everything a source answers as a JSON problem document");
@@ -114,6 +132,30 @@ int main(int argc, char** argv) {
                    "contour interval in the problem's linear unit (default: from the "
                    "elevation range)");
   plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
+  plot->add_option("--compare", o.compare,
+                   "draw the cut and fill of this problem's surface (the top) against "
+                   "LOCATION's (the base) instead of elevations");
+  plot->add_option("--base-surface", o.base_surface,
+                   "with --compare: LOCATION's surface by name or id");
+  plot->add_option("--top-surface", o.top_surface,
+                   "with --compare: the top's surface by name or id");
+
+  CLI::App* volume = app.add_subcommand(
+      "volume", "cut, fill and net between two surfaces (base and top)");
+  volume->add_option("base", o.location, "the problem of the base surface")->required();
+  volume->add_option("top", o.target, "the problem of the top surface (may be BASE)")
+      ->required();
+  volume->add_option("--base-surface", o.base_surface,
+                     "the base's surface by name or id (default: its first)");
+  volume->add_option("--top-surface", o.top_surface,
+                     "the top's surface by name or id (default: its first)");
+  volume->add_option("--boundary", o.boundary,
+                     "compare only inside this polygon: a .poly file's closed ring "
+                     "(absolute coordinates) or a problem's first closed outline");
+  volume->add_flag("--by-element", o.by_element,
+                   "also inside each building pad, pond, parking lot and surface zone "
+                   "of BASE");
+  volume->add_flag("--json", o.json, "print the figures as JSON");
 
   CLI::App* demo = app.add_subcommand(
       "demo", "build a synthetic site and take it through the whole library");
@@ -131,7 +173,12 @@ int main(int argc, char** argv) {
   } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    app.exit(e);
+    const std::string unknown = unknown_command(argc, argv, app);
+    if (unknown.empty()) {
+      app.exit(e);
+    } else {
+      std::cerr << "gravok: " << unknown << "\nRun with --help for more information.\n";
+    }
     return gravok_tool::kUsage;
   }
 
@@ -140,22 +187,23 @@ int main(int argc, char** argv) {
 
   // Modules stay loaded until every source and store of the command is gone: the
   // command runs in its own scope below.
-  std::vector<std::unique_ptr<gvk::PluginModule>> modules;
-  std::vector<std::string> paths = split_path_list(std::getenv("GRAVOK_PLUGINS"));
-  paths.insert(paths.end(), plugins.begin(), plugins.end());
-  for (const std::string& path : paths) {
-    std::string error;
-    std::unique_ptr<gvk::PluginModule> module = gvk::PluginModule::load(path, error);
-    if (!module) {
-      std::cerr << "gravok: " << error << "\n";
-      return gravok_tool::kUsage;
-    }
-    modules.push_back(std::move(module));
+  gvk::PluginLoadResult plugins;
+  search.discover = !no_plugins;
+  search.installed_folder = gvk::installedPluginFolder();
+  const char* folder_list = std::getenv("GRAVOK_PLUGIN_PATH");
+  const char* module_list = std::getenv("GRAVOK_PLUGINS");
+  search.folder_list = folder_list ? folder_list : "";
+  search.module_list = module_list ? module_list : "";
+  if (!gravok_tool::load_plugins(search, plugins, std::cerr)) {
+    plugins = gvk::PluginLoadResult();
+    gravok_tool::unregister_builtin_providers();
+    return gravok_tool::kUsage;
   }
 
   int status = gravok_tool::kUsage;
   try {
-    if (*providers) status = gravok_tool::list_providers();
+    if (*providers)
+      status = gravok_tool::list_providers(gravok_tool::provider_modules(plugins));
     if (*inspect) status = gravok_tool::inspect(o);
     if (*copy) status = gravok_tool::copy(o);
     if (*dump) status = gravok_tool::dump(o);
@@ -164,11 +212,13 @@ int main(int argc, char** argv) {
     if (*uid) status = gravok_tool::uid(o);
     if (*classify) status = gravok_tool::classify(o);
     if (*plot) status = gravok_tool::plot(o);
+    if (*volume) status = gravok_tool::volume(o);
     if (*demo) status = gravok_tool::demo(o);
   } catch (const std::exception& e) {
     std::cerr << "gravok: " << e.what() << "\n";
     status = gravok_tool::kFailed;
   }
+  plugins = gvk::PluginLoadResult();
   gravok_tool::unregister_builtin_providers();
   return status;
 }

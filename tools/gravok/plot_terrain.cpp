@@ -8,7 +8,7 @@
 namespace gravok_tool {
 namespace {
 
-bool drawable(const gvk_json::Mesh& mesh, const gvk::Triangle& t) {
+bool drawable(const gvk::Mesh& mesh, const gvk::Triangle& t) {
   const std::size_t n = std::min({mesh.x.size(), mesh.y.size(), mesh.z.size()});
   for (unsigned long long v : t) {
     if (v >= n) return false;
@@ -22,7 +22,7 @@ bool drawable(const gvk_json::Mesh& mesh, const gvk::Triangle& t) {
 // The light that a triangle's slope receives from the north-west, 45 degrees above
 // the horizon: about 1 on flat ground, brighter on slopes facing the light, darker
 // on slopes facing away. `exaggeration` stretches elevations so gentle relief shows.
-double light(const gvk_json::Mesh& mesh, const gvk::Triangle& t, double exaggeration) {
+double light(const gvk::Mesh& mesh, const gvk::Triangle& t, double exaggeration) {
   const double ax = mesh.x[t[1]] - mesh.x[t[0]], ay = mesh.y[t[1]] - mesh.y[t[0]];
   const double az = (mesh.z[t[1]] - mesh.z[t[0]]) * exaggeration;
   const double bx = mesh.x[t[2]] - mesh.x[t[0]], by = mesh.y[t[2]] - mesh.y[t[0]];
@@ -82,7 +82,7 @@ void fill_triangle(const std::array<RasterCorner, 3>& c, const Ground& ground,
 }
 
 // The crossing of the level with the edge from a to b, which it is known to cross.
-void cross(const gvk_json::Mesh& mesh, const PageMap& map, unsigned long long a,
+void cross(const gvk::Mesh& mesh, const PageMap& map, unsigned long long a,
            unsigned long long b, double za, double zb, double level,
            std::vector<double>& out) {
   const double t = (level - za) / (zb - za);
@@ -92,7 +92,7 @@ void cross(const gvk_json::Mesh& mesh, const PageMap& map, unsigned long long a,
 
 }  // namespace
 
-Ground survey_ground(const gvk_json::Mesh& mesh) {
+Ground survey_ground(const gvk::Mesh& mesh) {
   Ground ground;
   bool first = true;
   for (std::size_t i = 0; i < mesh.triangles.size(); ++i) {
@@ -135,7 +135,7 @@ void ramp_colour(double t, double rgb[3]) {
     rgb[c] = kStops[k - 1][c + 1] + f * (kStops[k][c + 1] - kStops[k - 1][c + 1]);
 }
 
-std::vector<unsigned> shade_ground(const gvk_json::Mesh& mesh, const Ground& ground,
+std::vector<unsigned> shade_ground(const gvk::Mesh& mesh, const Ground& ground,
                                    const PageMap& map, double pixels_per_unit, int width,
                                    int height) {
   std::vector<unsigned> pixels(static_cast<std::size_t>(width) * height, 0u);
@@ -155,7 +155,7 @@ std::vector<unsigned> shade_ground(const gvk_json::Mesh& mesh, const Ground& gro
   return pixels;
 }
 
-void trace_contours(const gvk_json::Mesh& mesh, const Ground& ground, const PageMap& map,
+void trace_contours(const gvk::Mesh& mesh, const Ground& ground, const PageMap& map,
                     double interval, double zorig, std::vector<double>& lines,
                     std::vector<double>& index_lines) {
   // Level numbers are counted in doubles; past 2^50 they no longer step by one.

@@ -4,7 +4,7 @@
 #ifndef GRAVOK_TOOLS_PLOT_TERRAIN_H
 #define GRAVOK_TOOLS_PLOT_TERRAIN_H
 
-#include "json_document.h"
+#include <gravok/problem.h>
 
 #include <cstddef>
 #include <vector>
@@ -29,7 +29,7 @@ struct Ground {
   double z_min = 0.0, z_max = 0.0;
 };
 
-Ground survey_ground(const gvk_json::Mesh& mesh);
+Ground survey_ground(const gvk::Mesh& mesh);
 
 // The colour of the elevation ramp at `t` in [0, 1] (clamped), as red, green, blue.
 void ramp_colour(double t, double rgb[3]);
@@ -40,7 +40,7 @@ void ramp_colour(double t, double rgb[3]);
 // elevation interpolated at its centre, lit by the triangle's slope from the
 // north-west; pixels outside every triangle stay transparent. Returns the pixels as
 // cairo's ARGB32 words, row after row (stride = width).
-std::vector<unsigned> shade_ground(const gvk_json::Mesh& mesh, const Ground& ground,
+std::vector<unsigned> shade_ground(const gvk::Mesh& mesh, const Ground& ground,
                                    const PageMap& map, double pixels_per_unit, int width,
                                    int height);
 
@@ -49,7 +49,7 @@ std::vector<unsigned> shade_ground(const gvk_json::Mesh& mesh, const Ground& gro
 // up to its highest point: a vertex at a level's height counts as above it, so a flat
 // triangle gives none. Every fifth level (k divisible by 5) goes to `index_lines`.
 // `zorig` turns local elevations into absolute ones.
-void trace_contours(const gvk_json::Mesh& mesh, const Ground& ground, const PageMap& map,
+void trace_contours(const gvk::Mesh& mesh, const Ground& ground, const PageMap& map,
                     double interval, double zorig, std::vector<double>& lines,
                     std::vector<double>& index_lines);
 

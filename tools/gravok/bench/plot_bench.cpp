@@ -10,8 +10,8 @@
 
 namespace {
 
-gvk_json::Problem grid(int n) {
-  gvk_json::Problem p;
+gvk::Problem grid(int n) {
+  gvk::Problem p;
   for (int j = 0; j <= n; ++j) {
     for (int i = 0; i <= n; ++i) {
       p.mesh.x.push_back(i);
@@ -31,7 +31,7 @@ gvk_json::Problem grid(int n) {
 }
 
 void plot(benchmark::State& state, const char* suffix) {
-  const gvk_json::Problem problem = grid(static_cast<int>(state.range(0)));
+  const gvk::Problem problem = grid(static_cast<int>(state.range(0)));
   const std::string path =
       (std::filesystem::temp_directory_path() / (std::string("plot_bench") + suffix))
           .string();

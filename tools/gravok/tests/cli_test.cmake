@@ -1,7 +1,10 @@
 # Runs the gravok tool as a user would and checks each command's exit status and
 # output. Arguments: -DGRAVOK=<tool> -DWORK_DIR=<scratch folder> -DBARE_MODULE=<a
 # module without entry points> -DDATA_DIR=<tests/data> and, when it is built,
-# -DLANDXML_PLUGIN=<the LandXML plug-in module>.
+# -DLANDXML_PLUGIN=<the LandXML plug-in module> and -DDXF_PLUGIN=<the DXF plug-in
+# module>.
+# A full-disk case of an earlier run that stopped half-way may have left its tmpfs.
+execute_process(COMMAND umount ${WORK_DIR}/full OUTPUT_QUIET ERROR_QUIET)
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 set(failures "")
@@ -41,6 +44,9 @@ expect(2 "gravok_plugin_register" inspect ${d}/square.node --plugin ${BARE_MODUL
 expect(2 "gravok_plugin_register" --plugin ${BARE_MODULE} inspect ${d}/square.node)
 expect(2 "nonexistent-module" inspect ${d}/square.node --plugin ${d}/nonexistent-module.so)
 expect(2 "required" inspect)
+expect(2 "unknown command 'frobnicate'; the commands are: providers, inspect" frobnicate)
+expect(2 "unknown command 'frob'; the commands of 'mesh' are: clean" --plugin x mesh frob)
+expect(0 "gravok.node-ele \\(source\\): [^\n]*\\[built in\\]" --no-plugins providers)
 
 # --version prints the project's version, as the top-level CMakeLists.txt gives it.
 file(STRINGS ${DATA_DIR}/../../CMakeLists.txt project_line
@@ -72,7 +78,45 @@ file(WRITE ${d}/truncated.json "{\"format\": \"gravok-problem\", \"version\": 1,
 expect(2 "truncated.json: line 1" inspect ${d}/truncated.json)
 file(WRITE ${d}/wrong.json "{\"format\": \"gravok-problem\", \"version\": 1, \"max_slope\": \"steep\"}")
 expect(2 "/max_slope" inspect ${d}/wrong.json)
-expect(2 "as a store" copy ${d}/square.node ${d}/square.txt)
+expect(2 "square.txt: no store provider opens it" copy ${d}/square.node ${d}/square.txt)
+
+# Volumes: the unit square of square.node (z 5, 6, 7, 8 at its corners, two
+# triangles) against a flat one at 6 nets 1/3; the example problem (survey-sized
+# origin) against itself moved up to 2 m fills 15416.667 m3, 156.25 of them in the pond.
+file(WRITE ${d}/flat.node "4 2 1 0\n0 0 0 6\n1 1 0 6\n2 1 1 6\n3 0 1 6\n")
+file(COPY_FILE ${d}/square.ele ${d}/flat.ele)
+file(WRITE ${d}/far.node "4 2 1 0\n0 5 5 6\n1 6 5 6\n2 6 6 6\n3 5 6 6\n")
+file(COPY_FILE ${d}/square.ele ${d}/far.ele)
+file(WRITE ${d}/half.poly "4 2 0 0\n0 0 0\n1 0.5 0\n2 0.5 1\n3 0 1\n4 0\n0 0 1\n1 1 2\n2 2 3\n3 3 0\n")
+file(WRITE ${d}/bowtie.poly "4 2 0 0\n0 0 0\n1 1 0\n2 0 1\n3 1 1\n4 0\n0 0 1\n1 1 2\n2 2 3\n3 3 0\n")
+file(WRITE ${d}/rings.poly "6 2 0 0\n0 0 0\n1 1 0\n2 0 1\n3 5 5\n4 6 5\n5 5 6\n6 0\n0 0 1\n1 1 2\n2 2 0\n3 3 4\n4 4 5\n5 5 3\n")
+expect(0 "compared area 1\\.000 units.*net +0\\.333 units" volume ${d}/flat.node ${d}/square.node)
+expect(0 "cut +0\\.444 units.*fill +0\\.111 units.*net +-0\\.333 units" volume ${d}/square.node ${d}/flat.node)
+expect(0 "\"cut\": [0-9.e-]+, \"fill\": [0-9.e-]+, \"net\": 0\\.333[0-9]*, \"cut_area\": [0-9.e-]+, \"fill_area\": [0-9.e-]+, \"area\": 1[,}]"
+       volume ${d}/flat.node ${d}/square.node --json)
+expect(0 "inside .*half.poly.*compared area 0\\.500" volume ${d}/flat.node ${d}/square.node --boundary ${d}/half.poly)
+expect(1 "boundary: it is not a simple polygon" volume ${d}/flat.node ${d}/square.node --boundary ${d}/bowtie.poly)
+expect(2 "more than one ring" volume ${d}/flat.node ${d}/square.node --boundary ${d}/rings.poly)
+expect(1 "do not overlap in plan" volume ${d}/square.node ${d}/far.node)
+expect(2 "missing.node" volume ${d}/missing.node ${d}/square.node)
+expect(2 "missing.poly" volume ${d}/flat.node ${d}/square.node --boundary ${d}/missing.poly)
+file(READ ${DATA_DIR}/../../docs/examples/small-problem.json example)
+string(REPLACE "\"nan\"" "0.5" example "${example}")
+file(WRITE ${d}/example.json "${example}")
+string(REPLACE "[1.25, 0.75, -0.5, 0.5]" "[2, 2, 2, 2]" raised "${example}")
+file(WRITE ${d}/raised.json "${raised}")
+expect(0 "fill +15416\\.667 m.*Pond 1:\n  compared area 100\\.000 m.*fill +156\\.250 m"
+       volume ${d}/example.json ${d}/raised.json --by-element)
+expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \"fill\": 156\\.25"
+       volume ${d}/example.json ${d}/raised.json --by-element --json)
+
+# The cut/fill map; a mesh whose triangles have no area draws nothing and says so.
+expect(0 "cutfill.svg: 2 triangles drawn, cut 0.111111, fill 0.444444, net 0.333333"
+       plot ${d}/flat.node --compare ${d}/square.node -o ${d}/cutfill.svg)
+expect(1 "do not overlap in plan" plot ${d}/square.node --compare ${d}/far.node -o ${d}/apart.svg)
+file(WRITE ${d}/line.node "3 2 1 0\n0 0 0 1\n1 1 1 1\n2 2 2 1\n")
+file(WRITE ${d}/line.ele "1 3 0\n0 0 1 2\n")
+expect(1 "the surface has 1 triangles, but none of any area in plan" plot ${d}/line.node -o ${d}/line.svg)
 
 # A real surface from design software, through the LandXML plug-in module.
 if(LANDXML_PLUGIN)
@@ -82,6 +126,134 @@ if(LANDXML_PLUGIN)
   expect(0 "" copy ${civil} ${d}/civil.json --plugin ${LANDXML_PLUGIN})
   expect(0 "origin: 0, 0, 0.*host: Autodesk Civil 3D 2023.*29 vertices" inspect ${d}/civil.json)
   expect(1 "differences" roundtrip landxml:${d}/lossy.xml --plugin ${LANDXML_PLUGIN})
+  # Its three surfaces lie side by side: nothing to compare between any two.
+  expect(1 "surface \"A\".*surface \"C\".*do not overlap in plan"
+         volume ${civil} ${civil} --base-surface A --top-surface 2 --plugin ${LANDXML_PLUGIN})
+  expect(0 "compared area 106\\.923 m.*net +0\\.000 m"
+         volume ${civil} ${civil} --base-surface C --top-surface C --plugin ${LANDXML_PLUGIN})
+  expect(2 "has no surface \"D\"; its surfaces: 0 \"A\", 1 \"B\", 2 \"C\""
+         volume ${civil} ${civil} --top-surface D --plugin ${LANDXML_PLUGIN})
+endif()
+
+# A drawing of AutoCAD through the DXF plug-in module: inspected, copied to DXF and
+# plotted; a problem with a NaN elevation is refused, and nothing is written.
+if(DXF_PLUGIN)
+  set(drawing ${DATA_DIR}/dxf/ezdxf_polylines_r12.dxf)
+  expect(0 "host: DXF AC1009.*mesh: 4 vertices, 2 triangles.*break lines: 85.*0 findings"
+         inspect "dxf:${drawing}?breaklines=T-2DPLINE-ALL" --plugin ${DXF_PLUGIN})
+  expect(0 "" copy "dxf:${drawing}?breaklines=T-2DPLINE-ALL" ${d}/copy.dxf
+         --plugin ${DXF_PLUGIN})
+  expect(0 "mesh: 4 vertices, 2 triangles.*break lines: 85" inspect ${d}/copy.dxf
+         --plugin ${DXF_PLUGIN})
+  expect(0 "2 triangles drawn" plot ${d}/copy.dxf -o ${d}/copy.svg --plugin ${DXF_PLUGIN})
+  # The example problem holds a NaN elevation on purpose.
+  expect(1 "cannot write .*nan.dxf: .*not finite"
+         copy ${DATA_DIR}/../../docs/examples/small-problem.json ${d}/nan.dxf
+         --plugin ${DXF_PLUGIN})
+  if(EXISTS ${d}/nan.dxf)
+    set(failures "${failures}\nnan.dxf was written")
+  endif()
+endif()
+
+# Failures reach the user: one line "gravok: cannot write PATH: REASON", a non-zero
+# status, the old file as it was and no temporary file left.
+# expect_unchanged(<folder> <listing before>): nothing in the folder changed.
+function(listing folder out)
+  file(GLOB_RECURSE names LIST_DIRECTORIES true RELATIVE ${folder} ${folder}/*)
+  set(text "")
+  foreach(name IN LISTS names)
+    if(NOT IS_DIRECTORY ${folder}/${name})
+      file(READ ${folder}/${name} content HEX)
+      string(SHA1 content "${content}")
+    else()
+      set(content "folder")
+    endif()
+    string(APPEND text "${name} ${content}\n")
+  endforeach()
+  set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+function(expect_unchanged folder before what)
+  listing(${folder} after)
+  if(NOT after STREQUAL before)
+    set(failures "${failures}\n${what}: the folder changed:\n${before}--\n${after}"
+        PARENT_SCOPE)
+  endif()
+endfunction()
+
+file(MAKE_DIRECTORY ${d}/out.d ${d}/w)
+expect(0 "4 kept" mesh clean ${d}/square.node -o ${d}/out.d/site --tolerance 0)
+expect(0 "mesh: 4 vertices, 2 triangles.*0 findings" inspect ${d}/out.d/site.1.node)
+listing(${d}/w before)
+expect(1 "^gravok: cannot write ${d}/w/nodir/c.1.node: No such file or directory\n$"
+       mesh clean ${d}/square.node -o ${d}/w/nodir/c --tolerance 0)
+set(example ${DATA_DIR}/../../docs/examples/small-problem.json)
+expect(1 "^gravok: ${example}: vertex 3: z is NaN or infinite\n$"
+       mesh clean ${example} -o ${d}/w/c --tolerance 0)
+expect(1 "^gravok: cannot write ${d}/w/nodir/site.json: No such file or directory\n$"
+       copy ${d}/square.node ${d}/w/nodir/site.json)
+expect(0 "^$" copy --strict ${example} ${d}/example.json)
+expect_unchanged(${d}/w "${before}" "mesh clean and JSON copy")
+
+if(LANDXML_PLUGIN)
+  set(lx --plugin ${LANDXML_PLUGIN})
+  file(WRITE ${d}/other.xml "<?xml version=\"1.0\"?>\n<svg/>\n")
+  expect(2 "^gravok: ${d}/missing.xml: No such file or directory\n$" inspect ${d}/missing.xml ${lx})
+  expect(2 "^gravok: ${d}/other.xml: not a LandXML document: the first element is <svg>\n$"
+         inspect ${d}/other.xml ${lx})
+  expect(2 "other.xml: not a LandXML document.*; it is left as it is"
+         copy ${civil} ${d}/other.xml ${lx})
+  file(COPY_FILE ${civil} ${d}/w/old.xml)
+  listing(${d}/w before)
+  expect(1 "^gravok: cannot write ${d}/w/nodir/out.xml: No such file or directory\n$"
+         copy ${civil} ${d}/w/nodir/out.xml ${lx})
+  expect(1 "^gravok: cannot write ${d}/w/old.xml: surface \"Existing ground\": vertex 3: z is NaN or infinite\n$"
+         copy ${example} ${d}/w/old.xml ${lx})
+  expect_unchanged(${d}/w "${before}" "LandXML copy")
+
+  # A read-only folder, as a user who may not write it: root may write anything, so
+  # the tool runs as nobody when the test runs as root.
+  file(MAKE_DIRECTORY ${d}/ro)
+  file(COPY_FILE ${civil} ${d}/ro/old.xml)
+  file(CHMOD ${d} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  file(CHMOD ${d}/ro PERMISSIONS OWNER_READ OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+  execute_process(COMMAND id -u OUTPUT_VARIABLE uid OUTPUT_STRIP_TRAILING_WHITESPACE)
+  set(as_user "")
+  if(uid STREQUAL "0")
+    set(as_user setpriv --reuid=65534 --regid=65534 --clear-groups)
+  endif()
+  listing(${d}/ro before)
+  set(GRAVOK_AS_ROOT ${GRAVOK})
+  set(GRAVOK ${as_user} ${GRAVOK})
+  expect(1 "^gravok: cannot write ${d}/ro/old.xml: Permission denied\n$" copy ${civil} ${d}/ro/old.xml ${lx})
+  expect(1 "^gravok: cannot write ${d}/ro/new.1.node: Permission denied\n$"
+         mesh clean ${d}/square.node -o ${d}/ro/new --tolerance 0)
+  set(GRAVOK ${GRAVOK_AS_ROOT})
+  expect_unchanged(${d}/ro "${before}" "read-only folder")
+  file(CHMOD ${d}/ro PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+
+endif()
+
+# A full disk: a tmpfs of 64 KiB, filled to the last page. Mounting takes root; where
+# it cannot mount, the case says so and is left out.
+file(MAKE_DIRECTORY ${d}/full)
+execute_process(COMMAND mount -t tmpfs -o size=64k tmpfs ${d}/full RESULT_VARIABLE mounted
+                ERROR_VARIABLE mount_error)
+if(mounted EQUAL 0)
+  file(COPY_FILE ${DATA_DIR}/landxml/blender_topo_s2.xml ${d}/full/old.xml)
+  file(COPY_FILE ${d}/square.json ${d}/full/prev.json)
+  string(REPEAT "x" 53000 filler)
+  file(WRITE ${d}/full/filler "${filler}")
+  listing(${d}/full before)
+  expect(1 "^gravok: cannot write ${d}/full/prev.json: No space left on device\n$"
+         copy ${example} ${d}/full/prev.json)
+  if(LANDXML_PLUGIN)
+    expect(1 "^gravok: cannot write ${d}/full/old.xml: No space left on device\n$"
+           copy ${civil} ${d}/full/old.xml --plugin ${LANDXML_PLUGIN})
+  endif()
+  expect_unchanged(${d}/full "${before}" "full disk")
+  execute_process(COMMAND umount ${d}/full)
+else()
+  message(STATUS "the full disk is not tested: cannot mount a tmpfs here: ${mount_error}")
 endif()
 
 if(failures)

@@ -1,5 +1,4 @@
 #include "inspect.h"
-#include "compare.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +10,7 @@
 
 namespace {
 
-using gravok_tool::Problem;
+using gvk::Problem;
 
 // A 3 x 3 grid of vertices 10 apart, eight triangles, a low point and a drain line on
 // it, sensible settings: nothing to report.
@@ -123,41 +122,6 @@ TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
     EXPECT_EQ(findings[0].check, c.check);
     EXPECT_EQ(findings[0].where, c.where);
     EXPECT_FALSE(findings[0].what.empty());
-  }
-}
-
-TEST(CompareProblems, FindsEveryBitThatDiffersAndNamesItsPlace) {
-  const Problem generated = gravok_tool::generated_problem();
-  EXPECT_TRUE(gravok_tool::compare_problems(generated, generated).empty());
-  struct Case {
-    const char* path;
-    std::function<void(Problem&)> change;
-  };
-  const Case cases[] = {
-      {"/elements/Pond/xs/0/1",
-       [](Problem& p) {
-         p.elements[Pond].xs[0][1] = std::nextafter(p.elements[Pond].xs[0][1], 0.0);
-       }},
-      {"/mesh/z/0", [](Problem& p) { p.mesh.z[0] = -p.mesh.z[0]; }},
-      {"/mesh/z/4",
-       [](Problem& p) { p.mesh.z[4] = 0.0; }},  // -0.0 in the generated problem
-      {"/break_lines/0", [](Problem& p) { p.break_lines[0].z2 = -p.break_lines[0].z2; }},
-      {"/elements/Curb/complex/double_lists_1/1/0",
-       [](Problem& p) { p.elements[Curb].complex.double_lists_1[1][0] = 1.0; }},
-      {"/elements/LowPoint/records/1",
-       [](Problem& p) { p.elements[LowPoint].records[1].trailer[119] ^= 1; }},
-      {"/units/linear/abbreviation",
-       [](Problem& p) { p.linear_unit.abbreviation = "ft US"; }},
-      {"/max_iteration_count", [](Problem& p) { ++p.max_iteration_count; }},
-      {"/mesh/triangles", [](Problem& p) { p.mesh.triangles.pop_back(); }},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.path);
-    Problem changed = generated;
-    c.change(changed);
-    const auto differences = gravok_tool::compare_problems(generated, changed);
-    ASSERT_EQ(differences.size(), 1u);
-    EXPECT_EQ(differences[0].rfind(std::string(c.path) + ": ", 0), 0u) << differences[0];
   }
 }
 

@@ -35,8 +35,8 @@ std::string slurp(const fs::path& path) {
 
 // A square of `side` units at `origin`, n x n cells of two triangles, z = f(x, y) local.
 template <class F>
-gvk_json::Problem square(int n, double side, F f) {
-  gvk_json::Problem p;
+gvk::Problem square(int n, double side, F f) {
+  gvk::Problem p;
   p.xorig = 1000;
   p.yorig = 2000;
   for (int j = 0; j <= n; ++j) {
@@ -77,8 +77,8 @@ std::vector<std::vector<std::pair<double, double>>> svg_paths(const std::string&
   return paths;
 }
 
-gvk_json::ElementSet line_set(std::vector<double> xs, std::vector<double> ys) {
-  gvk_json::ElementSet set;
+gvk::ElementSet line_set(std::vector<double> xs, std::vector<double> ys) {
+  gvk::ElementSet set;
   set.records.resize(1);
   set.xs = {std::move(xs)};
   set.ys = {std::move(ys)};
@@ -88,7 +88,7 @@ gvk_json::ElementSet line_set(std::vector<double> xs, std::vector<double> ys) {
 TEST(PlotProblem, ContoursOfAPlaneLieOnItsLevelLines) {
   // z = 0.5 x + 0.1 y over 100 x 100: contours every 5 from 5 to 60, straight lines.
   const auto plane = [](double x, double y) { return 0.5 * x + 0.1 * y; };
-  const gvk_json::Problem p = square(10, 100, plane);
+  const gvk::Problem p = square(10, 100, plane);
   gravok_tool::PlotOptions options;
   options.contour_interval = 5;
   gravok_tool::PlotSummary s;
@@ -119,7 +119,7 @@ TEST(PlotProblem, ContoursOfAPlaneLieOnItsLevelLines) {
 }
 
 TEST(PlotProblem, LegendNamesEveryKindAndTheExtentHoldsTheSite) {
-  gvk_json::Problem p = square(4, 100, [](double x, double) { return x; });
+  gvk::Problem p = square(4, 100, [](double x, double) { return x; });
   const std::vector<double> xs = {10, 90, 90, 10}, ys = {10, 10, 90, 90};
   std::vector<GradingElementType> kinds = gvk::allElementTypes();
   kinds.push_back(ParkingLot);
@@ -162,24 +162,24 @@ TEST(PlotProblem, PlotsWhateverTheProblemHolds) {
   const auto hill = [](double x, double y) { return x * y / 100; };
   struct Case {
     const char* name;
-    gvk_json::Problem problem;
+    gvk::Problem problem;
     std::size_t drawn, skipped;
   };
   std::vector<Case> cases;
-  cases.push_back({"empty", gvk_json::Problem{}, 0, 0});
+  cases.push_back({"empty", gvk::Problem{}, 0, 0});
   cases.push_back({"mesh only", square(3, 30, hill), 18, 0});
-  gvk_json::Problem no_mesh;
+  gvk::Problem no_mesh;
   no_mesh.elements[Pond] = line_set({0, 10, 10}, {0, 0, 10});
   no_mesh.elements[LowPoint].records.resize(2);  // both at the origin
   cases.push_back({"elements only", no_mesh, 0, 0});
-  gvk_json::Problem bad = square(3, 30, hill);
+  gvk::Problem bad = square(3, 30, hill);
   bad.mesh.x[5] = nan;                       // in 6 triangles
   bad.mesh.triangles[0][1] = 1ull << 62;     // out of range
   bad.mesh.z.resize(bad.mesh.z.size() - 1);  // the last vertex, in 1 triangle
   bad.elements[DrainLine] = line_set({0, nan, 20, 30}, {0, 5, 20});  // uneven lists
   cases.push_back({"bad vertices", bad, 10, 8});
   cases.push_back({"flat", square(3, 30, [](double, double) { return 7.0; }), 18, 0});
-  gvk_json::Problem dot;
+  gvk::Problem dot;
   dot.elements[LowPoint].records.resize(1);
   dot.elements[LowPoint].records[0].location[0] = 1e15;
   cases.push_back({"one far point", dot, 0, 0});
@@ -204,7 +204,7 @@ TEST(PlotProblem, PlotsWhateverTheProblemHolds) {
 }
 
 TEST(PlotProblem, RefusesWhatItCannotDraw) {
-  const gvk_json::Problem p = square(2, 100, [](double x, double) { return x; });
+  const gvk::Problem p = square(2, 100, [](double x, double) { return x; });
   struct Case {
     std::string path;
     double interval;
@@ -224,6 +224,99 @@ TEST(PlotProblem, RefusesWhatItCannotDraw) {
     options.width = 600;
     std::string error;
     EXPECT_FALSE(gravok_tool::plot_problem(p, options, c.path, error));
+    EXPECT_NE(error.find(c.message), std::string::npos) << error;
+  }
+}
+
+// The cut/fill map of z = x - 40 over z = 0 on a 100 x 100 square: the zero line
+// lies on x = 40, the legend's figures are the exact ones, and a top wholly above
+// the base has no zero line.
+TEST(PlotProblem, CutFillMapShowsTheDifferenceAndItsZeroLine) {
+  const gvk::Problem base = square(4, 100, [](double, double) { return 0.0; });
+  const gvk::Problem crossing = square(5, 100, [](double x, double) { return x - 40; });
+  const gvk::Problem above = square(3, 100, [](double x, double) { return x + 1; });
+  struct Case {
+    const char* name;
+    const gvk::Mesh& top;
+    double cut, fill, limit;
+    bool zero_line;
+  };
+  const Case cases[] = {{"crossing", crossing.mesh, 80000, 180000, 60, true},
+                        {"above", above.mesh, 0, 510000, 101, false}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    gravok_tool::PlotOptions options;
+    options.compare = &c.top;
+    options.width = 600;
+    gravok_tool::PlotSummary s;
+    std::string error;
+    const fs::path path = scratch("cutfill.svg");
+    ASSERT_TRUE(gravok_tool::plot_problem(base, options, path.string(), s, error))
+        << error;
+    EXPECT_TRUE(s.compared);
+    EXPECT_NEAR(s.earthwork.cut, c.cut, 1e-6 * c.fill);
+    EXPECT_NEAR(s.earthwork.fill, c.fill, 1e-6 * c.fill);
+    EXPECT_NEAR(s.difference_limit, c.limit, 0.01 * c.limit);  // at pixel centres
+    EXPECT_EQ(s.contour_segments, 0u);
+    EXPECT_EQ(s.zero_line_segments > 0, c.zero_line);
+    std::size_t on_zero = 0;
+    for (const auto& points : svg_paths(slurp(path))) {
+      if (points.size() < 20) continue;
+      bool all = true;
+      for (const auto& [px, py] : points) {
+        const double x = (px - s.map_left) / s.scale + s.x_min - base.xorig;
+        all &= std::fabs(x - 40) < 1.0 / s.scale;
+      }
+      on_zero += all;
+    }
+    EXPECT_EQ(on_zero, c.zero_line ? 1u : 0u);
+  }
+}
+
+TEST(PlotProblem, DrawsBreakLinesAndCountsThem) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  gvk::Problem p = square(2, 100, [](double x, double) { return x; });
+  p.break_lines = {{10, 10, 1, 90, 10, 2}, {10, 20, 1, 90, 80, 2}, {nan, 0, 0, 5, 5, 0}};
+  gravok_tool::PlotSummary s;
+  std::string error;
+  const fs::path path = scratch("breaks.svg");
+  gravok_tool::PlotOptions small;
+  small.width = 600;
+  ASSERT_TRUE(gravok_tool::plot_problem(p, small, path.string(), s, error)) << error;
+  EXPECT_EQ(s.break_lines_drawn, 2u);
+  EXPECT_NE(slurp(path).find(", 2 break lines"), std::string::npos);
+}
+
+TEST(PlotProblem, RefusesSurfacesThatWouldDrawNothing) {
+  gvk::Problem flat_line;
+  flat_line.mesh = {{0, 1, 2}, {0, 1, 2}, {0, 0, 0}, {{0, 1, 2}, {2, 1, 0}}, {}};
+  const gvk::Problem base = square(2, 100, [](double, double) { return 0.0; });
+  gvk::Problem far = square(2, 100, [](double, double) { return 1.0; });
+  for (double& x : far.mesh.x) x += 500;
+  gvk::Mesh broken = base.mesh;
+  broken.triangles[1][2] = 99;
+  struct Case {
+    const char* name;
+    const gvk::Problem& problem;
+    const gvk::Mesh* compare;
+    std::string message;
+  };
+  const Case cases[] = {
+      {"no area", flat_line, nullptr,
+       "the surface has 2 triangles, but none of any area in plan"},
+      {"compared surface without area", base, &flat_line.mesh,
+       "the compared surface has 2 triangles, but none of any area in plan"},
+      {"apart", base, &far.mesh, "the surfaces do not overlap in plan"},
+      {"refused by the volume", base, &broken,
+       "cannot compare the surfaces: top mesh: triangle 1 names vertex 99"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    gravok_tool::PlotOptions options;
+    options.compare = c.compare;
+    std::string error;
+    EXPECT_FALSE(gravok_tool::plot_problem(c.problem, options,
+                                           scratch("none.png").string(), error));
     EXPECT_NE(error.find(c.message), std::string::npos) << error;
   }
 }
@@ -258,13 +351,13 @@ TEST(RunDemo, WritesFilesThatReadBack) {
   fs::remove_all(dir);
   std::ostringstream out;
   ASSERT_EQ(gravok_tool::run_demo(dir.string(), out, 20), 0) << out.str();
-  for (const char* name :
-       {"site.json", "site.1.node", "site.1.ele", "site.svg", "site.png"}) {
+  for (const char* name : {"site.json", "site.1.node", "site.1.ele", "site.svg",
+                           "site.png", "cutfill.png"}) {
     SCOPED_TRACE(name);
     EXPECT_TRUE(fs::exists(dir / name));
     EXPECT_NE(out.str().find((dir / name).string()), std::string::npos);
   }
-  gvk_json::Problem back;
+  gvk::Problem back;
   std::string error;
   ASSERT_TRUE(gvk_json::read_file((dir / "site.json").string(), back, error)) << error;
   EXPECT_EQ(back.mesh.triangles.size(), 800u);
@@ -277,6 +370,8 @@ TEST(RunDemo, WritesFilesThatReadBack) {
   EXPECT_EQ(triangles, 800u);
   EXPECT_EQ(lines, vertices + triangles);
   EXPECT_NE(out.str().find("check again: no findings"), std::string::npos) << out.str();
+  EXPECT_NE(out.str().find("volume:       against a proposed surface"),
+            std::string::npos);
 }
 
 }  // namespace

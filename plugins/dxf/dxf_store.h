@@ -1,0 +1,134 @@
+// A store that writes a grading problem as an AutoCAD R12 DXF drawing (dxf_writer.h):
+// the existing ground as 3DFACE entities on the layer of the surface's name
+// ("Existing ground" unless set_surface_name says otherwise), the break lines as 3D
+// polylines, every element kind on a layer of its own name, and $INSUNITS from the
+// linear unit.
+//
+// The store's origin is (0, 0, 0), so a transfer (copyFrom, copyAllFrom) hands it
+// absolute coordinates, which it writes as they come, in the shortest text that reads
+// back to the same double. The file is written when the bulk operation ends
+// (endBulkOperation) and by save(); setters alone write nothing. Before writing, the
+// store checks that the plug-in's reader will read the drawing back (unwritable()):
+// what it refuses is never written. Writing goes through a temporary file beside the
+// target that then replaces it, so a failed write leaves an existing file as it was.
+//
+// What a DXF drawing cannot hold is dropped and listed by losses(): the settings of
+// the optimisation (where they differ from DataSource's defaults), objectives,
+// per-triangle records, the host version, complex-element data, the opaque bytes of
+// element records and the location slots that are no coordinates, elements that
+// arrived without vertices (copyFrom hands records only), mesh vertices that no
+// triangle uses and vertices that repeat another's coordinates (they come back as
+// one), and area or volume units that are not the square or cube of the linear unit.
+// A store is used from one thread at a time.
+#ifndef GRAVOK_DXF_STORE_H
+#define GRAVOK_DXF_STORE_H
+
+#include "dxf_drawing.h"
+
+#include <gravok/data_store.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace gvk_dxf {
+
+class DxfStore : public gvk::DataStore {
+ public:
+  // A store that writes to `path`; nothing is written before save().
+  explicit DxfStore(std::string path);
+
+  // The name of the surface and so of its layer.
+  void set_surface_name(const std::string& name);
+
+  // Writes the drawing. Throws std::invalid_argument ("cannot write PATH: what") for a
+  // problem the drawing cannot hold so that it reads back (see unwritable), and
+  // std::system_error ("cannot write PATH: the system's reason") when the file cannot
+  // be written; nothing is written then. Afterwards losses() lists what was dropped.
+  void save() const;
+  const std::vector<std::string>& losses() const { return m_losses; }
+
+  // Saves (see save(), whose exceptions pass through); each loss is logged at warn
+  // level.
+  void endBulkOperation() const override;
+
+  void set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                 const gvk::Unit<3>& volume) override;
+  void set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
+                   const std::vector<double>& z,
+                   const std::vector<gvk::Triangle>& triangles,
+                   const std::vector<gravok_triangle_info>& triangle_info) override;
+  void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
+  void set_objectives(const std::vector<gravok_objective>& objectives) override;
+
+  // Element setters keep the records of one kind, replacing earlier ones of that
+  // kind. Kinds with polylines get their vertices only through
+  // set_transferred_grading_elements.
+  void set_low_points(const std::vector<gravok_grading_element>& elements) override;
+  void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
+  void set_offsets(const std::vector<gravok_grading_element>& elements) override;
+  void set_drain_lines(const std::vector<gravok_grading_element>& elements) override;
+  void set_bend_lines(const std::vector<gravok_grading_element>& elements) override;
+  void set_aligned_edges(const std::vector<gravok_grading_element>& elements) override;
+  void set_trizone_polygons(const std::vector<gravok_grading_element>& elements) override;
+  void set_complex_elements(GradingElementType kind,
+                            const std::vector<gravok_grading_element>& elements) override;
+
+  void set_fix_boundary(bool fix) override;
+  void set_max_slope(double slope) override;
+  void set_min_slope(double slope) override;
+  void set_volume_constraint(VolumeConstraint constraint) override;
+  void set_max_slopes(const std::vector<double>& slopes) override;
+  void set_min_slopes(const std::vector<double>& slopes) override;
+  void set_mesh_metric(mesh_metric metric) override;
+  void set_max_iteration_count(long long count) override;
+  void set_epsilon(double epsilon) override;
+
+  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                             const gvk::Unit<3>& volume) override;
+  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
+  void set_transferred_grading_elements(
+      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
+      const std::vector<std::vector<double>>& xs,
+      const std::vector<std::vector<double>>& ys,
+      const ComplexElementData& complex_data) override;
+  void set_hostcad_version(const std::string& version) override;
+
+  // As a source the store answers the mesh, units and break lines it holds, in
+  // absolute coordinates (origin 0).
+  void get_linear_unit(gvk::Unit<1>& unit) const override;
+  void get_area_unit(gvk::Unit<2>& unit) const override;
+  void get_volume_unit(gvk::Unit<3>& unit) const override;
+  void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
+                   std::vector<gvk::Triangle>& triangles,
+                   std::vector<gravok_triangle_info>& triangle_info) override;
+  void get_break_lines(std::vector<gravok_line_3d>& lines) const override;
+
+ private:
+  struct Kind {
+    std::vector<gravok_grading_element> records;
+    std::vector<std::vector<double>> xs, ys;
+    bool geometry = false;  // xs and ys arrived
+    bool complex = false;   // complex data arrived that is not empty
+  };
+  Drawing drawing_to_write(std::vector<std::string>& losses) const;
+  // Keeps (or, when `lost` is false, forgets) the loss of the setting `name`.
+  void setting(const std::string& name, bool lost);
+
+  std::string m_path;
+  std::string m_surface_name = "Existing ground";
+  std::int32_t m_unit = gvk::kUnknownUnitType;
+  std::int32_t m_area = gvk::kUnknownUnitType, m_volume = gvk::kUnknownUnitType;
+  std::vector<double> m_x, m_y, m_z;
+  std::vector<gvk::Triangle> m_triangles;
+  bool m_triangle_info = false;  // records that are not all zero arrived
+  std::vector<gravok_line_3d> m_break_lines;
+  std::map<std::int32_t, Kind> m_kinds;
+  std::string m_hostcad_version;
+  std::map<std::string, bool> m_settings;  // setting -> dropped with a value of its own
+  mutable std::vector<std::string> m_losses;
+};
+
+}  // namespace gvk_dxf
+
+#endif  // GRAVOK_DXF_STORE_H
