@@ -16,12 +16,15 @@
 
 namespace gvk_json {
 
-// The value of the document's "format" member, and the version this code writes.
-// The reader accepts versions 1 to kFormatVersion.
+// The value of the document's "format" member, and the newest version this code
+// reads and writes. The reader accepts versions 1 to kFormatVersion; the writer writes
+// version 1 unless the problem holds what version 2 added (several surfaces, a
+// description), so that a document of one surface stays readable by version 1's
+// readers.
 inline constexpr std::string_view kFormatName = "gravok-problem";
-inline constexpr long long kFormatVersion = 1;
+inline constexpr long long kFormatVersion = 2;
 
-// Deepest nesting of arrays and objects the reader accepts; a problem needs five.
+// Deepest nesting of arrays and objects the reader accepts; a problem needs six.
 inline constexpr std::size_t kMaxDepth = 32;
 
 // The name of a kind in the document: "LowPoint", ..., "Pathway" for the named kinds,
@@ -35,11 +38,14 @@ bool element_kind_from_name(std::string_view name, GradingElementType& kind);
 // always gives the same bytes. Kinds whose element set holds nothing are left out.
 void write_document(const gvk::Problem& problem, std::string& out);
 
-// Writes the document of `problem` to `path`: first into "<path>.tmp" beside it, then
-// renamed over `path`, so a failed write never leaves a half-written document under
-// the name. On failure returns false with a message naming the file in `error`;
-// `path` is then unchanged and the temporary file removed.
-bool write_file(const gvk::Problem& problem, const std::string& path, std::string& error);
+// Writes the document of `problem` to `path` through a temporary file beside it that
+// then replaces `path` (gvk::replace_file), so a failed write never leaves a
+// half-written document under the name, nor a temporary file. A failure throws
+// std::system_error "cannot write PATH" with the system's reason ("cannot write
+// site.json: No space left on device"); `path` is then unchanged. A JSON document holds
+// every value a problem can hold (NaN and infinities as strings, text that is not
+// UTF-8 as bytes), so nothing is refused for its content.
+void write_file(const gvk::Problem& problem, const std::string& path);
 
 // Reads a document into `problem`. On success returns true and `problem` holds
 // exactly what the document says, with DataSource's defaults for the sections it

@@ -10,15 +10,18 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <initializer_list>
 #include <limits>
 #include <memory>
 #include <new>
+#include <system_error>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -248,6 +251,9 @@ class DocumentReader {
   bool element_set(element e, const Place& at, ElementSet& set);
   bool complex(element e, const Place& at, gvk::DataSource::ComplexElementData& c);
   bool guids(element e, const Place& at, Problem& p);
+  bool all_surfaces(element e, const Place& at, std::vector<gvk::Surface>& out);
+  bool description(element e, const Place& at, gvk::ProblemDescription& out);
+  bool get(element e, const Place& at, gvk::CoordinateSystem& out);
 
   std::string& m_error;
 };
@@ -544,13 +550,89 @@ bool DocumentReader::guids(element e, const Place& at, Problem& p) {
   return true;
 }
 
+bool DocumentReader::all_surfaces(element e, const Place& at,
+                                  std::vector<gvk::Surface>& out) {
+  array list;
+  if (!get(e, at, list)) return false;
+  std::size_t i = 0;
+  for (element item : list) {
+    const Place place = at / i++;
+    object o;
+    gvk::Surface s;
+    element m;
+    if (!get(item, place, o) || !only(o, place, {"id", "name", "break_lines", "mesh"}) ||
+        !required_member(o, place, "id", s.id) ||
+        !optional_member(o, place, "name", s.name) ||
+        !optional_member(o, place, "break_lines", s.break_lines) ||
+        (optional(o, "mesh", m) && !mesh(m, place / "mesh", s.mesh)))
+      return false;
+    for (const gvk::Surface& earlier : out) {
+      if (earlier.id == s.id) return fail(place / "id", "surface id given twice");
+    }
+    out.push_back(std::move(s));
+  }
+  return true;
+}
+
+bool DocumentReader::get(element e, const Place& at, gvk::CoordinateSystem& out) {
+  object o;
+  return get(e, at, o) &&
+         only(o, at,
+              {"epsg_code", "wkt", "name", "description", "horizontal_name",
+               "horizontal_datum", "vertical_datum"}) &&
+         optional_member(o, at, "epsg_code", out.epsg_code) &&
+         optional_member(o, at, "wkt", out.wkt) &&
+         optional_member(o, at, "name", out.name) &&
+         optional_member(o, at, "description", out.description) &&
+         optional_member(o, at, "horizontal_name", out.horizontal_name) &&
+         optional_member(o, at, "horizontal_datum", out.horizontal_datum) &&
+         optional_member(o, at, "vertical_datum", out.vertical_datum);
+}
+
+bool DocumentReader::description(element e, const Place& at,
+                                 gvk::ProblemDescription& out) {
+  object o;
+  object application;
+  element a;
+  element list;
+  array entries;
+  if (!get(e, at, o) || !only(o, at, {"coordinate_system", "application", "surfaces"}) ||
+      !optional_member(o, at, "coordinate_system", out.coordinate_system))
+    return false;
+  if (optional(o, "application", a) &&
+      !(get(a, at / "application", application) &&
+        only(application, at / "application", {"name", "version"}) &&
+        optional_member(application, at / "application", "name", out.application_name) &&
+        optional_member(application, at / "application", "version",
+                        out.application_version)))
+    return false;
+  if (!optional(o, "surfaces", list)) return true;
+  const Place surfaces = at / "surfaces";
+  if (!get(list, surfaces, entries)) return false;
+  std::size_t i = 0;
+  for (element entry : entries) {
+    const Place place = surfaces / i++;
+    object pair;
+    unsigned long long id = 0;
+    std::string text;
+    if (!get(entry, place, pair) || !only(pair, place, {"id", "description"}) ||
+        !required_member(pair, place, "id", id) ||
+        !required_member(pair, place, "description", text))
+      return false;
+    if (!out.surface_descriptions.emplace(id, std::move(text)).second)
+      return fail(place / "id", "surface id given twice");
+  }
+  return true;
+}
+
 bool DocumentReader::document(element root_element, Problem& p) {
   object root;
   element e;
   if (!get(root_element, kRoot, root) ||
       !only(root, kRoot,
             {"format", "version", "hostcad_version", "origin", "units", "settings",
-             "surfaces", "objectives", "break_lines", "mesh", "elements", "guids"}) ||
+             "surfaces", "objectives", "break_lines", "mesh", "elements", "guids",
+             "description", "all_surfaces"}) ||
       !header(root) ||
       !optional_member(root, kRoot, "hostcad_version", p.hostcad_version))
     return false;
@@ -571,7 +653,11 @@ bool DocumentReader::document(element root_element, Problem& p) {
          optional_member(root, kRoot, "break_lines", p.break_lines) &&
          (!optional(root, "mesh", e) || mesh(e, kRoot / "mesh", p.mesh)) &&
          (!optional(root, "elements", e) || elements(e, kRoot / "elements", p)) &&
-         (!optional(root, "guids", e) || guids(e, kRoot / "guids", p));
+         (!optional(root, "guids", e) || guids(e, kRoot / "guids", p)) &&
+         (!optional(root, "description", e) ||
+          description(e, kRoot / "description", p.description)) &&
+         (!optional(root, "all_surfaces", e) ||
+          all_surfaces(e, kRoot / "all_surfaces", p.surfaces));
 }
 
 // What a thread keeps between reads: the parser with its tape, string buffer and index
@@ -650,7 +736,14 @@ bool read_file(const std::string& path, Problem& problem, std::string& error) {
   simdjson::error_code code = simdjson::IO_ERROR;
   char* padded = nullptr;
   std::size_t size = 0;
-  if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
+  // The system's reason when the file cannot be opened or read: a missing file, a
+  // folder, no permission.
+  int system_error = 0;
+  std::error_code status;
+  if (std::filesystem::is_directory(path, status)) system_error = EISDIR;
+  std::FILE* file = system_error ? nullptr : std::fopen(path.c_str(), "rb");
+  if (!file && !system_error) system_error = errno;
+  if (file) {
     long end = -1;
     if (std::fseek(file, 0, SEEK_END) == 0) end = std::ftell(file);
     // LONG_MAX is what some systems answer for a directory.
@@ -662,7 +755,12 @@ bool read_file(const std::string& path, Problem& problem, std::string& error) {
       else if (std::fread(padded, 1, size, file) == size)
         code = simdjson::SUCCESS;
     }
+    if (code == simdjson::IO_ERROR) system_error = errno;
     std::fclose(file);
+  }
+  if (system_error) {
+    error = path + ": " + std::generic_category().message(system_error);
+    return false;
   }
   if (code) {
     error = path + ": cannot read the file (" + simdjson::error_message(code) + ")";

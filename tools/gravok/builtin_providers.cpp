@@ -130,9 +130,4 @@ void unregister_builtin_providers() {
   gvk::unregisterDataSourceProvider(kPolyName);
 }
 
-std::string builtin_write_error(const gvk::DataStore& store) {
-  const auto* json = dynamic_cast<const gvk_json::JsonStore*>(&store);
-  return json ? json->write_error() : std::string();
-}
-
 }  // namespace gravok_tool
