@@ -11,6 +11,11 @@ namespace gvk_landxml {
 namespace {
 
 constexpr const char* kApplication = "gravok-data LandXML plug-in";
+// What reading a file of the store back gives as the host version: the <Application>
+// name and version, which are this plug-in's.
+const std::string kHostVersionRead = std::string(kApplication) + " ";
+constexpr const char* kHostVersionLoss =
+    "host version (written as the application's desc; reading gives the plug-in's)";
 
 // The name a feature of `kind` carries in the document.
 std::string kind_name(std::int32_t kind) {
@@ -74,6 +79,9 @@ void add_kind(std::int32_t kind, const std::vector<gravok_grading_element>& reco
 LandXmlStore::LandXmlStore(std::string path) : m_path(std::move(path)) {
   m_document.surfaces.resize(1);
   m_document.surfaces[0].name = "Existing ground";
+  // The store answers an empty host version until it is given one; the file it
+  // writes reads back the plug-in's name instead.
+  m_losses.set(kHostVersionLoss, 1);
 }
 
 void LandXmlStore::save() const {
@@ -206,8 +214,7 @@ void LandXmlStore::set_transferred_grading_elements(
 }
 
 void LandXmlStore::set_hostcad_version(const std::string& version) {
-  m_losses.set("host version (written as the application's desc, not read back)",
-               !version.empty());
+  m_losses.set(kHostVersionLoss, version != kHostVersionRead);
   m_document.application = version;
 }
 
