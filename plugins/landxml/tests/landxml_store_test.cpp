@@ -145,7 +145,8 @@ TEST(LandXmlStoreOutput, EveryFileTheStoreWritesValidatesAgainstTheSchema) {
     EXPECT_TRUE(back.load()) << back.error();
   }
   // Real files copied through the store.
-  for (const char* file : {"civil_example_clean.xml", "blender_topo_s2.xml"}) {
+  for (const char* file :
+       {"civil_example_clean.xml", "civil_sweref99_skyfall.xml", "blender_topo_s2.xml"}) {
     SCOPED_TRACE(file);
     LandXmlSource source(std::string(GRAVOK_LANDXML_DATA) + "/" + file);
     ASSERT_TRUE(source.load()) << source.error();
@@ -306,14 +307,14 @@ TEST(LandXmlStoreLosses, DeclaresWhatReadingTheFileBackDoesNotGive) {
     std::vector<std::pair<std::string, unsigned long long>> losses;
   };
   const Case cases[] = {
-      {"a bare problem loses its empty host version to the plug-in's name",
+      {"a bare problem reads back the plug-in as its application",
        [] { return std::make_unique<gvk::DataSource>(); },
-       {{"host version (written as the application's desc; reading gives the plug-in's)",
-         1}}},
+       {{"host version (written as the application's desc, not read back)", 1},
+        {"descriptions (no application given: the file names this plug-in)", 1}}},
       {"a little of everything",
        [] { return std::make_unique<RichSource>(); },
-       {{"host version (written as the application's desc; reading gives the plug-in's)",
-         1},
+       {{"host version (written as the application's desc, not read back)", 1},
+        {"descriptions (no application given: the file names this plug-in)", 1},
         {"objectives", 2},
         {"settings (max slope)", 1},
         {"settings (max slopes)", 3},
