@@ -128,7 +128,8 @@ if(LANDXML_PLUGIN)
   expect(1 "differences" roundtrip landxml:${d}/lossy.xml --plugin ${LANDXML_PLUGIN})
   # Every surface, and what describes the file, goes to JSON and back to LandXML; what
   # the copy answers is then exactly what the original answers.
-  expect(0 "surface 0: A\nsurface 1: B\nsurface 2: C\n" inspect ${d}/civil.json)
+  expect(0 "surface 0: A \\(29 vertices, 45 triangles\\)\nsurface 1: B \\(92 vertices.*surface 2: C"
+         inspect ${d}/civil.json)
   set(skyfall ${DATA_DIR}/landxml/civil_sweref99_skyfall.xml)
   foreach(file IN ITEMS ${civil} ${skyfall})
     get_filename_component(stem ${file} NAME_WE)
@@ -142,6 +143,8 @@ if(LANDXML_PLUGIN)
       set(failures "${failures}\n${stem}: LandXML -> JSON -> LandXML answers differently")
     endif()
   endforeach()
+  expect(0 "coordinate system: EPSG:3007, SWEREF 99 12 00, SWEREF-99-12-00\napplication: Autodesk Civil 3D 2023\nsurface 0: Underlag skyfall: Description\n"
+         inspect ${d}/civil_sweref99_skyfall.json)
   file(READ ${d}/civil_sweref99_skyfall.back.xml back)
   if(NOT back MATCHES "<CoordinateSystem [^>]*epsgCode=\"3007\"" OR
      NOT back MATCHES "<Application name=\"Autodesk Civil 3D\" version=\"2023\"" OR
@@ -205,6 +208,8 @@ if(DXF_PLUGIN)
   expect(0 "surface \"EG\".*surface \"FG\".*compared area 1\\.000 m.*net +0\\.333 m"
          volume ${d}/two.dxf ${d}/two.dxf --base-surface EG --top-surface FG
          --plugin ${DXF_PLUGIN})
+  expect(1 "^gravok: cannot write ${d}/nodir/two.dxf: No such file or directory\n$"
+         copy ${d}/two.dxf ${d}/nodir/two.dxf --plugin ${DXF_PLUGIN})
 endif()
 
 # Failures reach the user: one line "gravok: cannot write PATH: REASON", a non-zero
