@@ -1,12 +1,15 @@
 #include "builtin_providers.h"
 
 #include "json_providers.h"
+#include "node_ele_store.h"
 
 #include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/triangle_files.h>
 
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 namespace gravok_tool {
 namespace {
@@ -29,11 +32,30 @@ gvk::Problem mesh_problem(std::vector<double> x, std::vector<double> y,
   return p;
 }
 
+// PATH for "PATH.node" and "PATH.ele".
+std::string stem_of(const std::string& location) {
+  return location.substr(0, location.size() - (ends_with(location, ".node") ? 5 : 4));
+}
+
+// A fault naming the system's reason when `path` is missing or a folder ("site.node:
+// No such file or directory"); ok otherwise, the reader's to judge.
+gvk::TriangleFileResult system_fault(const std::string& path) {
+  std::error_code code;
+  const std::filesystem::file_status status = std::filesystem::status(path, code);
+  if (!code && std::filesystem::is_directory(status))
+    code = std::make_error_code(std::errc::is_a_directory);
+  gvk::TriangleFileResult result;
+  if (code) result = {false, path, 0, path + ": " + code.message()};
+  return result;
+}
+
 // The .node and .ele pair that PATH.node or PATH.ele names.
 gvk::TriangleFileResult read_node_ele(const std::string& location,
                                       gvk::Problem& problem) {
-  const std::string stem =
-      location.substr(0, location.size() - (ends_with(location, ".node") ? 5 : 4));
+  const std::string stem = stem_of(location);
+  for (const std::string& path : {stem + ".node", stem + ".ele"}) {
+    if (gvk::TriangleFileResult fault = system_fault(path); !fault) return fault;
+  }
   std::vector<double> x, y, z;
   std::vector<gvk::Triangle> triangles;
   const gvk::TriangleFileResult result =
@@ -47,6 +69,7 @@ gvk::TriangleFileResult read_node_ele(const std::string& location,
 // The vertices of a .poly file: z the third coordinate, else the first attribute,
 // else 0; no triangles.
 gvk::TriangleFileResult read_poly(const std::string& location, gvk::Problem& problem) {
+  if (gvk::TriangleFileResult fault = system_fault(location); !fault) return fault;
   gvk::TrianglePoly poly;
   const gvk::TriangleFileResult result = gvk::read_poly_file(location, poly);
   if (!result) return result;
@@ -96,6 +119,27 @@ class MeshFileProvider : public gvk::DataSourceProvider {
   Reader m_read;
 };
 
+// Stores of .node and .ele pairs. Asked for a source, it makes none and says
+// nothing, so that the source provider of the same name reads the pair.
+class NodeEleStoreProvider : public gvk::DataStoreProvider {
+ public:
+  bool canHandle(const std::string& location) const override {
+    return ends_with(location, ".node") || ends_with(location, ".ele");
+  }
+  std::string description() const override {
+    return "a mesh written as a Triangle .node and .ele pair (PATH.node or PATH.ele); "
+           "everything else is declared lost";
+  }
+  std::unique_ptr<gvk::DataSource> createDataSource(const std::string&) const override {
+    return nullptr;
+  }
+  std::unique_ptr<gvk::DataStore> createDataStore(
+      const std::string& location) const override {
+    const std::string stem = stem_of(location);
+    return std::make_unique<NodeEleStore>(stem + ".node", stem + ".ele");
+  }
+};
+
 const char* const kNodeEleName = "gravok.node-ele";
 const char* const kPolyName = "gravok.poly";
 bool g_json_registered = false;
@@ -120,6 +164,7 @@ void register_builtin_providers() {
   g_json_registered = gvk_json::register_providers() > 0;
   gvk::registerDataSourceProvider(
       kNodeEleName, std::make_unique<MeshFileProvider>(node_ele_provider()));
+  gvk::registerDataStoreProvider(kNodeEleName, std::make_unique<NodeEleStoreProvider>());
   gvk::registerDataSourceProvider(kPolyName,
                                   std::make_unique<MeshFileProvider>(poly_provider()));
 }
@@ -127,6 +172,7 @@ void register_builtin_providers() {
 void unregister_builtin_providers() {
   if (g_json_registered) gvk_json::unregister_providers();
   gvk::unregisterDataSourceProvider(kNodeEleName);
+  gvk::unregisterDataStoreProvider(kNodeEleName);
   gvk::unregisterDataSourceProvider(kPolyName);
 }
 
