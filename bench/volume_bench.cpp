@@ -182,6 +182,8 @@ void BM_VolumeExact(benchmark::State& state) {
   state.counters["per_triangle"] = benchmark::Counter(
       static_cast<double>(s.base.triangles.size()),
       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  state.counters["cut"] = s.exact.cut;
+  state.counters["fill"] = s.exact.fill;
 }
 BENCHMARK(BM_VolumeExact)
     ->ArgsProduct({{10'000, 100'000, 1'000'000}, {0, 1}})

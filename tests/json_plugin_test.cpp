@@ -123,6 +123,42 @@ TEST(JsonDocument, WrittenReadAndWrittenAgainGivesTheSameBytes) {
   }
 }
 
+// The rich problem with three surfaces and a description, which version 2 added.
+Problem surveyed_problem() {
+  Problem p = rich_problem();
+  p.surfaces = {
+      {0, "EG", p.mesh, p.break_lines},
+      {ULLONG_MAX, std::string("\xFF not text", 10), {}, {{1, 2, kInf, 4, 5, 6}}},
+      {7, "", {{1}, {2}, {kPayloadNan}, {{0, 0, 0}}, {}}, {}}};
+  p.description.coordinate_system.epsg_code = "3007";
+  p.description.coordinate_system.wkt = "PROJCS[\"SWEREF99 12 00\"]";
+  p.description.coordinate_system.vertical_datum = "RH2000";
+  p.description.application_version = "2023";
+  p.description.surface_descriptions = {{7, "Existing\nground"}, {ULLONG_MAX, ""}};
+  return p;
+}
+
+TEST(JsonDocument, VersionTwoCarriesEverySurfaceAndTheDescriptionOnlyWhenThereAreAny) {
+  struct Case {
+    Problem problem;
+    const char* version;
+  };
+  Problem described = rich_problem();
+  described.description.application_name = "Site designer";
+  const Case cases[] = {{Problem(), "\"version\": 1,"},
+                        {rich_problem(), "\"version\": 1,"},
+                        {described, "\"version\": 2,"},
+                        {surveyed_problem(), "\"version\": 2,"}};
+  for (const Case& c : cases) {
+    const std::string text = document(c.problem);
+    EXPECT_NE(text.find(c.version), std::string::npos) << text.substr(0, 60);
+    const Problem back = read(text);
+    const std::vector<std::string> differences = gvk::compare_problems(c.problem, back);
+    EXPECT_TRUE(differences.empty()) << differences.front();
+    EXPECT_EQ(document(back), text);
+  }
+}
+
 TEST(JsonDocument, ExampleDocumentReads) {
   Problem p;
   std::string error;
@@ -302,7 +338,17 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
       {"[1]", "the document: expected an object"},
       {R"({"version": 1})", "the document: missing member \"format\""},
       {R"({"format": "other", "version": 1})", "/format: expected \"gravok-problem\""},
-      {R"({"format": "gravok-problem", "version": 2})", "/version: version 2 is not one"},
+      {R"({"format": "gravok-problem", "version": 3})", "/version: version 3 is not one"},
+      {head + R"("all_surfaces": [{"id": 1}, {"id": 1}]})",
+       "/all_surfaces/1/id: surface id given twice"},
+      {head + R"("all_surfaces": [{"name": "A"}]})",
+       "/all_surfaces/0: missing member \"id\""},
+      {head + R"("all_surfaces": [{"id": 0, "mesh": {"x": [true]}}]})",
+       "/all_surfaces/0/mesh/x/0: expected a number"},
+      {head + R"("description": {"surfaces": [{"id": 4}]}})",
+       "/description/surfaces/0: missing member \"description\""},
+      {head + R"("description": {"coordinate_system": {"epsg": "3007"}}})",
+       "/description/coordinate_system/epsg: unknown member"},
       {head + R"("mesh": {"x": [1, "a"]}})", "/mesh/x/1: expected a number"},
       {head + R"("mesh": {"triangles": [[0, 1, -2]]}})",
        "/mesh/triangles/0/2: expected an integer from 0 to 18446744073709551615"},

@@ -3,6 +3,8 @@
 #include <gravok/element_types.h>
 #include <gravok/problem.h>
 
+#include "recording_store.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -70,7 +72,8 @@ Problem rich_problem() {
   p.elements[ParkingLot].complex.double_lists_11 = {{kNan}};
   p.guids_valid = true;
   p.guids = {{42, "{guid-42}"}};
-  p.description.coordinate_system = {"3007", "PROJCS[\"x\"]", "SWEREF99 12 00"};
+  p.description.coordinate_system = {"3007",      "PROJCS[\"x\"]", "",      "SWEREF 99",
+                                     "SWEREF-99", "SWEREF99",      "RH2000"};
   p.description.application_name = "Site designer";
   p.description.application_version = "2023";
   return p;
@@ -164,23 +167,21 @@ TEST(ProblemSource, SelectsSurfacesByIdAndKeepsTheMainOneOtherwise) {
 }
 
 TEST(ProblemStore, KeepsEverythingTheCompleteTransferHandsIt) {
-  Problem p = rich_problem();
-  Problem start;  // the store at the source's origin receives coordinates unchanged
-  start.xorig = p.xorig;
-  start.yorig = p.yorig;
-  start.zorig = p.zorig;
-  gvk::ProblemSource source(p);
-  gvk::ProblemStore store(start);
-  store.copyAllFrom(source);
-  // What the transfer leaves behind: GUIDs, surfaces and the description.
-  p.guids_valid = false;
-  p.guids.clear();
-  p.description = gvk::ProblemDescription();
-  Problem received = store.problem();
-  received.guids.clear();
-  EXPECT_EQ(lines(gvk::compare_problems(p, received)), "");
-  gvk::ProblemSource again(received);
-  EXPECT_EQ(lines(gvk::compare_problems(received, snapshot_of(again))), "");
+  for (Problem p : {rich_problem(), surveyed_problem()}) {
+    Problem start;  // the store at the source's origin receives coordinates unchanged
+    start.xorig = p.xorig;
+    start.yorig = p.yorig;
+    start.zorig = p.zorig;
+    gvk::ProblemSource source(p);
+    gvk::ProblemStore store(start);
+    store.copyAllFrom(source);
+    p.guids_valid = false;  // the one part a transfer leaves behind
+    p.guids.clear();
+    Problem received = store.problem();
+    EXPECT_EQ(lines(gvk::compare_problems(p, received)), "");
+    gvk::ProblemSource again(received);
+    EXPECT_EQ(lines(gvk::compare_problems(received, snapshot_of(again))), "");
+  }
 }
 
 TEST(ProblemStore, ReceivesAbsoluteValuesAtItsOwnOrigin) {
@@ -264,8 +265,9 @@ TEST(ProblemStore, EverySetterReplacesItsPartAndTellsOnce) {
        [](const Problem& p) { return p.elements.at(Pond).xs.size() == 1; }},
       {"set_description",
        [](gvk::DataStore& s) {
-         dynamic_cast<gvk::DescribedStore&>(s).set_description(
-             {{"1", "", ""}, "", "", {}});
+         gvk::ProblemDescription d;
+         d.coordinate_system.epsg_code = "1";
+         dynamic_cast<gvk::DescribedStore&>(s).set_description(d);
        },
        [](const Problem& p) { return p.description.coordinate_system.epsg_code == "1"; }},
       {"set_surfaces",
@@ -316,6 +318,10 @@ TEST(CompareProblems, NamesEveryPartThatDiffersBitForBit) {
       {"/guids/valid", [](Problem& p) { p.guids_valid = false; }},
       {"/description/coordinate_system/wkt",
        [](Problem& p) { p.description.coordinate_system.wkt.clear(); }},
+      {"/description/coordinate_system/vertical_datum",
+       [](Problem& p) { p.description.coordinate_system.vertical_datum += "x"; }},
+      {"/description/application/version",
+       [](Problem& p) { p.description.application_version.clear(); }},
       {"/description/surfaces/3",
        [](Problem& p) { p.description.surface_descriptions[3] = "C"; }},
   };
@@ -370,6 +376,26 @@ TEST(Snapshot, KeepsEverySurfaceAtItsAbsolutePlace) {
   EXPECT_EQ(far.mesh.y[1] + p.yorig, 6400999.5);
   EXPECT_EQ(far.mesh.z[1] + p.zorig, 21);
   EXPECT_EQ(p.surfaces[0].mesh.x, p.mesh.x) << "the near surface needs no shift";
+}
+
+TEST(CopyAllFrom, MovesEachSurfaceByItsOwnOriginIntoAStoreThatKeepsThem) {
+  OriginPerSurface source;
+  gvk::ProblemStore store;  // origin zero: every value arrives absolute
+  store.copyAllFrom(source);
+  EXPECT_EQ(source.selected, (std::vector<unsigned long long>{10, 20, 10}));
+  const Problem& p = store.problem();
+  ASSERT_EQ(p.surfaces.size(), 2u);
+  EXPECT_EQ(p.surface_names, (std::vector<std::string>{"near", "far"}));
+  EXPECT_EQ(p.surfaces[1].mesh.x, (std::vector<double>{501000, 501000.125}));
+  EXPECT_EQ(p.surfaces[1].mesh.y, (std::vector<double>{6401000, 6400999.5}));
+  EXPECT_EQ(p.surfaces[0].mesh.z, (std::vector<double>{10, 11}));
+  EXPECT_EQ(p.mesh.x, p.surfaces[0].mesh.x);
+
+  gvk_test::CallLog log;
+  gvk_test::Recorder plain(log, "store");
+  OriginPerSurface untouched;
+  plain.copyAllFrom(untouched);
+  EXPECT_TRUE(untouched.selected.empty()) << "a store written for 1.0 sees no surfaces";
 }
 
 TEST(Snapshot, TakesTheDescriptionOfASourceThatGivesOne) {

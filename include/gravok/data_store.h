@@ -154,7 +154,7 @@ class GRAVOK_API DataStore : public DataSource {
   /// ys: the geometry of every drain line, bend line, aligned edge, surface zone and
   /// complex element), the complex-element data, the host version, the surfaces and
   /// the GUIDs never reach the store, and ParkingLot elements are never asked for.
-  /// copyAllFrom moves all of that except surfaces and GUIDs.
+  /// copyAllFrom moves all of that except GUIDs, and the surfaces to a SurfaceStore.
   ///
   /// Inside one bulk bracket it hands each setting to the setter of the same stem
   /// (objectives, max slope, min slope, volume constraint, max slopes, min slopes, fix
@@ -191,6 +191,19 @@ class GRAVOK_API DataStore : public DataSource {
   /// which reach set_complex_elements(ParkingLot, ...) through the default. The source
   /// is not loaded and no surface is selected; surfaces and GUIDs stay behind.
   /// Exceptions behave as in copyFrom.
+  ///
+  /// Additions for the extension interfaces of gravok/surfaces.h, made after
+  /// ParkingLot and before the bracket closes, only where both sides take part
+  /// (dynamic_cast): a source that is a DescribedSource hands its description to a
+  /// store that is a DescribedStore (set_description); and a store that is a
+  /// SurfaceStore receives every surface the source lists (ids and names paired up;
+  /// a longer list's extra entries are left out): each is selected in turn, its mesh
+  /// read and shifted into this store's origin with the offsets of its own origin,
+  /// read after its mesh as for the main mesh, its break lines shifted through an
+  /// OffsetDataSource, and all of them go to set_surfaces in one call; the first
+  /// listed surface is then selected again. A source that lists no surface, or a
+  /// store that is not a SurfaceStore, sees none of these calls, so a store or source
+  /// written for 1.0 receives exactly the calls described above.
   void copyAllFrom(DataSource& source);
 };
 

@@ -233,8 +233,9 @@ class GRAVOK_API ProblemSource : public DataSource, public DescribedSource {
 /// A store that keeps what it receives in a Problem: the value a host holds after a
 /// transfer, and the base of stores that write a whole problem somewhere.
 ///
-/// Each setter replaces its part of the problem; parts that no setter touches (the
-/// surface lists, GUIDs, the origin) keep what the problem held at construction. A
+/// Each setter replaces its part of the problem; parts that no setter touches (GUIDs,
+/// the origin, and the surfaces unless set_surfaces is called) keep what the problem
+/// held at construction. A
 /// per-kind setter replaces the whole set of its kind with the records it receives
 /// (a plain setter carries no lists or complex data); the complete transfer's
 /// operations keep everything they receive: units, break lines, each kind's records,
@@ -346,8 +347,9 @@ class GRAVOK_API ProblemStore : public DataStore,
   void set_hostcad_version(const std::string& version) override;
   /// Replaces the description.
   void set_description(const ProblemDescription& description) override;
-  /// Replaces `surfaces` with `surfaces`, and the surface lists with their ids and
-  /// names.
+  /// Replaces the surface lists with the ids and names of `surfaces`, and the
+  /// problem's `surfaces` with them when there are several; a single surface is the
+  /// main mesh, which set_eg_data receives, so only its id and name are kept.
   void set_surfaces(const std::vector<Surface>& surfaces) override;
 
  protected:

@@ -49,9 +49,13 @@ struct Surface {
 /// The coordinate system the coordinates are given in, as the source names it. Empty
 /// text means the source does not say.
 struct CoordinateSystem {
-  std::string epsg_code;  ///< the EPSG code as text ("3007")
-  std::string wkt;        ///< an OGC well-known-text definition
-  std::string name;       ///< a name for people ("SWEREF99 12 00")
+  std::string epsg_code;         ///< the EPSG code as text ("3007")
+  std::string wkt;               ///< an OGC well-known-text definition
+  std::string name;              ///< its name
+  std::string description;       ///< a description for people ("SWEREF 99 12 00")
+  std::string horizontal_name;   ///< the horizontal system's name ("SWEREF-99-12-00")
+  std::string horizontal_datum;  ///< the horizontal datum ("SWEREF99")
+  std::string vertical_datum;    ///< the vertical datum ("RH2000")
 };
 
 /// What describes a problem beside its data: the coordinate system, the application

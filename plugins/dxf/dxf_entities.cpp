@@ -188,6 +188,7 @@ bool ShapeBuilder::add(const Entity& e, std::vector<Shape>& out, std::string& er
   } else if (type == "INSERT") {
     s.kind = Shape::kInsert;
     s.ocs = true;
+    s.block = m_blocks.index("");  // an INSERT without group 2 names no block
     s.points.resize(1);
     auto insert = [&](const Group& g) {
       double v = 0;

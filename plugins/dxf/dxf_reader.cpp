@@ -253,6 +253,10 @@ bool Placer::place(const Shape& s, const Transform& t, std::uint32_t inherited_l
     }
     m_budget -= points.size();
   }
+  if (s.kind == Shape::kMesh && s.faces.empty()) {
+    note("polyface meshes without faces left out", layer, s.line);
+    return true;
+  }
   if (s.kind == Shape::kFace || s.kind == Shape::kMesh) {
     auto [at, added] = m_surface_of_layer.emplace(layer, m_surfaces.size());
     if (added) {
@@ -504,12 +508,32 @@ bool parse_drawing(std::string_view text, const std::string& where,
   std::vector<Shape>* into = nullptr;  // the open block's shapes or the model's
   std::uint32_t block = 0;
   bool ended = false;
+  // Shapes of the model are placed at once, so the model is never held twice;
+  // INSERTs wait for the end, when every block is known.
+  auto place_model = [&](std::string& problem) {
+    for (Shape& s : model) {
+      if (s.kind == Shape::kInsert) {
+        inserts.push_back(std::move(s));
+      } else if (!placer.place(s, Transform(), UINT32_MAX, 0, problem)) {
+        return false;
+      }
+    }
+    model.clear();
+    return true;
+  };
   while (reader.next(e)) {
     std::string problem;
     if (e.type == "EOF") {
+      // A section that EOF closes keeps its last polyline.
+      if (into && (!builder.finish(*into, problem) || !place_model(problem))) {
+        return fail(problem);
+      }
       ended = true;
       break;
     }
+    // A polyline that its block or section leaves open ends there.
+    const bool opens = e.type == "SECTION" || (section == "BLOCKS" && e.type == "BLOCK");
+    if (opens && into && !builder.finish(*into, problem)) return fail(problem);
     if (e.type == "SECTION") {
       section = std::string(trimmed(group_value(e, 2)).substr(0, 64));
       if (section == "HEADER") read_header(e, drawing, header);
@@ -536,19 +560,8 @@ bool parse_drawing(std::string_view text, const std::string& where,
       into = nullptr;
     } else if (into) {
       if (!builder.add(e, *into, problem)) return fail(problem);
-      // Shapes of the model are placed at once, so the model is never held twice;
-      // INSERTs wait for the end, when every block is known.
-      if (into == &model) {
-        for (Shape& s : model) {
-          if (s.kind == Shape::kInsert) {
-            inserts.push_back(std::move(s));
-          } else if (!placer.place(s, Transform(), UINT32_MAX, 0, problem)) {
-            return fail(problem);
-          }
-        }
-        model.clear();
-      }
     }
+    if (!place_model(problem)) return fail(problem);
   }
   if (!reader.error().empty()) return fail(reader.error());
   if (!ended) return fail(" the file ends before 0/EOF: it is cut short");

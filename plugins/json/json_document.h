@@ -16,12 +16,15 @@
 
 namespace gvk_json {
 
-// The value of the document's "format" member, and the version this code writes.
-// The reader accepts versions 1 to kFormatVersion.
+// The value of the document's "format" member, and the newest version this code
+// reads and writes. The reader accepts versions 1 to kFormatVersion; the writer writes
+// version 1 unless the problem holds what version 2 added (several surfaces, a
+// description), so that a document of one surface stays readable by version 1's
+// readers.
 inline constexpr std::string_view kFormatName = "gravok-problem";
-inline constexpr long long kFormatVersion = 1;
+inline constexpr long long kFormatVersion = 2;
 
-// Deepest nesting of arrays and objects the reader accepts; a problem needs five.
+// Deepest nesting of arrays and objects the reader accepts; a problem needs six.
 inline constexpr std::size_t kMaxDepth = 32;
 
 // The name of a kind in the document: "LowPoint", ..., "Pathway" for the named kinds,

@@ -248,6 +248,9 @@ class DocumentReader {
   bool element_set(element e, const Place& at, ElementSet& set);
   bool complex(element e, const Place& at, gvk::DataSource::ComplexElementData& c);
   bool guids(element e, const Place& at, Problem& p);
+  bool all_surfaces(element e, const Place& at, std::vector<gvk::Surface>& out);
+  bool description(element e, const Place& at, gvk::ProblemDescription& out);
+  bool get(element e, const Place& at, gvk::CoordinateSystem& out);
 
   std::string& m_error;
 };
@@ -544,13 +547,89 @@ bool DocumentReader::guids(element e, const Place& at, Problem& p) {
   return true;
 }
 
+bool DocumentReader::all_surfaces(element e, const Place& at,
+                                  std::vector<gvk::Surface>& out) {
+  array list;
+  if (!get(e, at, list)) return false;
+  std::size_t i = 0;
+  for (element item : list) {
+    const Place place = at / i++;
+    object o;
+    gvk::Surface s;
+    element m;
+    if (!get(item, place, o) || !only(o, place, {"id", "name", "break_lines", "mesh"}) ||
+        !required_member(o, place, "id", s.id) ||
+        !optional_member(o, place, "name", s.name) ||
+        !optional_member(o, place, "break_lines", s.break_lines) ||
+        (optional(o, "mesh", m) && !mesh(m, place / "mesh", s.mesh)))
+      return false;
+    for (const gvk::Surface& earlier : out) {
+      if (earlier.id == s.id) return fail(place / "id", "surface id given twice");
+    }
+    out.push_back(std::move(s));
+  }
+  return true;
+}
+
+bool DocumentReader::get(element e, const Place& at, gvk::CoordinateSystem& out) {
+  object o;
+  return get(e, at, o) &&
+         only(o, at,
+              {"epsg_code", "wkt", "name", "description", "horizontal_name",
+               "horizontal_datum", "vertical_datum"}) &&
+         optional_member(o, at, "epsg_code", out.epsg_code) &&
+         optional_member(o, at, "wkt", out.wkt) &&
+         optional_member(o, at, "name", out.name) &&
+         optional_member(o, at, "description", out.description) &&
+         optional_member(o, at, "horizontal_name", out.horizontal_name) &&
+         optional_member(o, at, "horizontal_datum", out.horizontal_datum) &&
+         optional_member(o, at, "vertical_datum", out.vertical_datum);
+}
+
+bool DocumentReader::description(element e, const Place& at,
+                                 gvk::ProblemDescription& out) {
+  object o;
+  object application;
+  element a;
+  element list;
+  array entries;
+  if (!get(e, at, o) || !only(o, at, {"coordinate_system", "application", "surfaces"}) ||
+      !optional_member(o, at, "coordinate_system", out.coordinate_system))
+    return false;
+  if (optional(o, "application", a) &&
+      !(get(a, at / "application", application) &&
+        only(application, at / "application", {"name", "version"}) &&
+        optional_member(application, at / "application", "name", out.application_name) &&
+        optional_member(application, at / "application", "version",
+                        out.application_version)))
+    return false;
+  if (!optional(o, "surfaces", list)) return true;
+  const Place surfaces = at / "surfaces";
+  if (!get(list, surfaces, entries)) return false;
+  std::size_t i = 0;
+  for (element entry : entries) {
+    const Place place = surfaces / i++;
+    object pair;
+    unsigned long long id = 0;
+    std::string text;
+    if (!get(entry, place, pair) || !only(pair, place, {"id", "description"}) ||
+        !required_member(pair, place, "id", id) ||
+        !required_member(pair, place, "description", text))
+      return false;
+    if (!out.surface_descriptions.emplace(id, std::move(text)).second)
+      return fail(place / "id", "surface id given twice");
+  }
+  return true;
+}
+
 bool DocumentReader::document(element root_element, Problem& p) {
   object root;
   element e;
   if (!get(root_element, kRoot, root) ||
       !only(root, kRoot,
             {"format", "version", "hostcad_version", "origin", "units", "settings",
-             "surfaces", "objectives", "break_lines", "mesh", "elements", "guids"}) ||
+             "surfaces", "objectives", "break_lines", "mesh", "elements", "guids",
+             "description", "all_surfaces"}) ||
       !header(root) ||
       !optional_member(root, kRoot, "hostcad_version", p.hostcad_version))
     return false;
@@ -571,7 +650,11 @@ bool DocumentReader::document(element root_element, Problem& p) {
          optional_member(root, kRoot, "break_lines", p.break_lines) &&
          (!optional(root, "mesh", e) || mesh(e, kRoot / "mesh", p.mesh)) &&
          (!optional(root, "elements", e) || elements(e, kRoot / "elements", p)) &&
-         (!optional(root, "guids", e) || guids(e, kRoot / "guids", p));
+         (!optional(root, "guids", e) || guids(e, kRoot / "guids", p)) &&
+         (!optional(root, "description", e) ||
+          description(e, kRoot / "description", p.description)) &&
+         (!optional(root, "all_surfaces", e) ||
+          all_surfaces(e, kRoot / "all_surfaces", p.surfaces));
 }
 
 // What a thread keeps between reads: the parser with its tape, string buffer and index

@@ -278,7 +278,7 @@ void put_break_lines(std::string& out, const std::vector<gravok_line_3d>& lines)
     out += i ? ",\n    " : "\n    ";
     put_doubles(out, {l.x1, l.y1, l.z1, l.x2, l.y2, l.z2});
   }
-  out += lines.empty() ? "],\n" : "\n  ],\n";
+  out += lines.empty() ? "]" : "\n  ]";
 }
 
 void put_mesh(std::string& out, const Mesh& mesh) {
@@ -307,7 +307,7 @@ void put_mesh(std::string& out, const Mesh& mesh) {
   out.resize(at + static_cast<std::size_t>(p - start));
   out += "],\n    \"triangle_info\": ";
   put_block_list(out, mesh.triangle_info);
-  out += "\n  },\n";
+  out += "\n  }";
 }
 
 bool all_zero(const unsigned char* bytes, std::size_t count) {
@@ -406,6 +406,77 @@ void put_elements(std::string& out, const Problem& p) {
   out += first ? "},\n" : "\n  },\n";
 }
 
+// Every surface with its mesh and break lines, when the problem holds several.
+void put_all_surfaces(std::string& out, const std::vector<gvk::Surface>& surfaces) {
+  out += ",\n  \"all_surfaces\": [";
+  for (std::size_t i = 0; i < surfaces.size(); ++i) {
+    const gvk::Surface& s = surfaces[i];
+    out += i ? ",\n  {\"id\": " : "\n  {\"id\": ";
+    put_integer(out, s.id);
+    out += ", \"name\": ";
+    put_string(out, s.name);
+    out += ",\n";
+    put_break_lines(out, s.break_lines);
+    out += ",\n";
+    put_mesh(out, s.mesh);
+    out += '}';
+  }
+  out += "\n  ]";
+}
+
+bool is_empty(const gvk::CoordinateSystem& c) {
+  return c.epsg_code.empty() && c.wkt.empty() && c.name.empty() &&
+         c.description.empty() && c.horizontal_name.empty() &&
+         c.horizontal_datum.empty() && c.vertical_datum.empty();
+}
+
+bool is_empty(const gvk::ProblemDescription& d) {
+  return is_empty(d.coordinate_system) && d.application_name.empty() &&
+         d.application_version.empty() && d.surface_descriptions.empty();
+}
+
+// Writes `"name": text` after `separator` when the text is not empty.
+void put_text_member(std::string& out, const char*& separator, const char* name,
+                     const std::string& text) {
+  if (text.empty()) return;
+  out += separator;
+  separator = ", ";
+  out += '"';
+  out += name;
+  out += "\": ";
+  put_string(out, text);
+}
+
+// The parts of the description that are known; empty text is left out.
+void put_description(std::string& out, const gvk::ProblemDescription& d) {
+  const gvk::CoordinateSystem& c = d.coordinate_system;
+  out += ",\n  \"description\": {\n    \"coordinate_system\": {";
+  const char* separator = "";
+  put_text_member(out, separator, "epsg_code", c.epsg_code);
+  put_text_member(out, separator, "wkt", c.wkt);
+  put_text_member(out, separator, "name", c.name);
+  put_text_member(out, separator, "description", c.description);
+  put_text_member(out, separator, "horizontal_name", c.horizontal_name);
+  put_text_member(out, separator, "horizontal_datum", c.horizontal_datum);
+  put_text_member(out, separator, "vertical_datum", c.vertical_datum);
+  out += "},\n    \"application\": {";
+  separator = "";
+  put_text_member(out, separator, "name", d.application_name);
+  put_text_member(out, separator, "version", d.application_version);
+  out += "},\n    \"surfaces\": [";
+  separator = "";
+  for (const auto& [id, text] : d.surface_descriptions) {
+    out += separator;
+    separator = ", ";
+    out += "{\"id\": ";
+    put_integer(out, id);
+    out += ", \"description\": ";
+    put_string(out, text);
+    out += '}';
+  }
+  out += "]\n  }";
+}
+
 void put_guids(std::string& out, const Problem& p) {
   out += "  \"guids\": {\"valid\": ";
   out += p.guids_valid ? "true" : "false";
@@ -419,7 +490,12 @@ void put_guids(std::string& out, const Problem& p) {
     put_string(out, guid);
     out += '}';
   }
-  out += first ? "]}\n" : "\n  ]}\n";
+  out += first ? "]}" : "\n  ]}";
+}
+
+// The members of version 2; a problem without them is written as version 1.
+bool needs_version_2(const Problem& p) {
+  return !p.surfaces.empty() || !is_empty(p.description);
 }
 
 }  // namespace
@@ -432,7 +508,7 @@ void write_document(const Problem& p, std::string& out) {
   out += "{\n  \"format\": \"";
   out += kFormatName;
   out += "\",\n  \"version\": ";
-  put_integer(out, kFormatVersion);
+  put_integer(out, needs_version_2(p) ? kFormatVersion : 1LL);
   out += ",\n  \"hostcad_version\": ";
   put_string(out, p.hostcad_version);
   out += ",\n  \"origin\": ";
@@ -445,10 +521,14 @@ void write_document(const Problem& p, std::string& out) {
   put_block_list(out, p.objectives);
   out += ",\n";
   put_break_lines(out, p.break_lines);
+  out += ",\n";
   put_mesh(out, p.mesh);
+  out += ",\n";
   put_elements(out, p);
   put_guids(out, p);
-  out += "}\n";
+  if (!is_empty(p.description)) put_description(out, p.description);
+  if (!p.surfaces.empty()) put_all_surfaces(out, p.surfaces);
+  out += "\n}\n";
 }
 
 bool write_file(const Problem& problem, const std::string& path, std::string& error) {

@@ -1,6 +1,9 @@
 #include <gravok/data_store.h>
 #include <gravok/element_types.h>
 #include <gravok/offset_data_source.h>
+#include <gravok/surfaces.h>
+
+#include <algorithm>
 
 namespace gvk {
 namespace {
@@ -108,6 +111,51 @@ void copy_kind(OffsetDataSource& shifted, DataStore& store, GradingElementType k
   }
 }
 
+// The description, when the source tells one and the store keeps one.
+void copy_description(const DataSource& source, DataStore& store) {
+  const auto* described = dynamic_cast<const DescribedSource*>(&source);
+  auto* keeper = dynamic_cast<DescribedStore*>(&store);
+  if (!described || !keeper) return;
+  ProblemDescription description;
+  described->get_description(description);
+  keeper->set_description(description);
+}
+
+// The surface the source has current, read as copy_mesh reads the main one: the mesh
+// first, then the origins, which a source may move per surface.
+Surface shifted_surface(DataSource& source, const DataStore& store) {
+  Surface s;
+  Mesh& m = s.mesh;
+  source.get_eg_data(m.x, m.y, m.z, m.triangles, m.triangle_info);
+  const Offsets d = origin_difference(source, store);
+  OffsetDataSource::offset_vec(m.x, d.dx);
+  OffsetDataSource::offset_vec(m.y, d.dy);
+  OffsetDataSource::offset_vec(m.z, d.dz);
+  OffsetDataSource(source, d.dx, d.dy, d.dz).get_break_lines(s.break_lines);
+  return s;
+}
+
+// Every surface the source lists, for a store that keeps several: each selected in
+// turn, then the first selected again, as a source starts.
+void copy_surfaces(DataSource& source, DataStore& store) {
+  auto* keeper = dynamic_cast<SurfaceStore*>(&store);
+  if (!keeper) return;
+  std::vector<unsigned long long> ids;
+  std::vector<std::string> names;
+  source.get_surfaces(ids, names);
+  const std::size_t count = std::min(ids.size(), names.size());
+  if (count == 0) return;
+  std::vector<Surface> surfaces;
+  for (std::size_t i = 0; i < count; ++i) {
+    source.select_surface(ids[i]);
+    surfaces.push_back(shifted_surface(source, store));
+    surfaces.back().id = ids[i];
+    surfaces.back().name = names[i];
+  }
+  source.select_surface(ids.front());
+  keeper->set_surfaces(surfaces);
+}
+
 }  // namespace
 
 void DataStore::copyFrom(DataSource& source) {
@@ -129,6 +177,8 @@ void DataStore::copyAllFrom(DataSource& source) {
     copy_kind(shifted, *this, kind, true);
   }
   copy_kind(shifted, *this, ParkingLot, false);
+  copy_description(source, *this);
+  copy_surfaces(source, *this);
   endBulkOperation();
 }
 

@@ -153,6 +153,13 @@ void compare_description(Differences& d, const ProblemDescription& a,
   d.value("/description/coordinate_system/epsg_code", ca.epsg_code, cb.epsg_code);
   d.value("/description/coordinate_system/wkt", ca.wkt, cb.wkt);
   d.value("/description/coordinate_system/name", ca.name, cb.name);
+  d.value("/description/coordinate_system/description", ca.description, cb.description);
+  d.value("/description/coordinate_system/horizontal_name", ca.horizontal_name,
+          cb.horizontal_name);
+  d.value("/description/coordinate_system/horizontal_datum", ca.horizontal_datum,
+          cb.horizontal_datum);
+  d.value("/description/coordinate_system/vertical_datum", ca.vertical_datum,
+          cb.vertical_datum);
   d.value("/description/application/name", a.application_name, b.application_name);
   d.value("/description/application/version", a.application_version,
           b.application_version);

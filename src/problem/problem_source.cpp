@@ -273,7 +273,8 @@ void ProblemStore::set_transferred_grading_elements(GradingElementType kind,
 }
 
 void ProblemStore::set_surfaces(const std::vector<Surface>& surfaces) {
-  m_problem.surfaces = surfaces;
+  // One surface is the main mesh itself: only its id and name are news.
+  m_problem.surfaces = surfaces.size() > 1 ? surfaces : std::vector<Surface>();
   m_problem.surface_ids.clear();
   m_problem.surface_names.clear();
   for (const Surface& s : surfaces) {

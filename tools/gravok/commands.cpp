@@ -2,6 +2,7 @@
 
 #include "builtin_providers.h"
 #include "demo.h"
+#include "earthwork.h"
 #include "generated_problem.h"
 #include "inspect.h"
 #include "json_document.h"
@@ -333,17 +334,32 @@ int classify(const Options& o) {
 
 int plot(const Options& o) {
   Progress progress;
-  Problem problem;
-  if (!read_location(o.location, progress, problem)) return kUsage;
+  SurfacePair pair;
+  PlotOptions options;
+  options.title = o.location;
+  if (o.compare.empty()) {
+    if (!read_location(o.location, progress, pair.base)) return kUsage;
+  } else {
+    progress.step("reading " + o.location + " and " + o.compare);
+    const int status =
+        read_surface_pair(o.location, o.base_surface, o.compare, o.top_surface, pair);
+    if (status != kSuccess) return status;
+    options.compare = &pair.top;
+    const auto leaf = [](const std::string& label, const std::string& location) {
+      const std::size_t slash = location.find_last_of("/\\");
+      return (slash == std::string::npos ? location : location.substr(slash + 1)) +
+             label.substr(std::min(label.size(), location.size()));
+    };
+    options.title = "Cut and fill: " + leaf(pair.top_label, o.compare) + " against " +
+                    leaf(pair.base_label, o.location);
+  }
   progress.step("drawing " + o.target);
   GRAVOK_LOG_TIMING(wide("plot " + o.location + " took "));
-  PlotOptions options;
   options.contour_interval = o.contour;
   options.mesh_edges = o.mesh_edges;
-  options.title = o.location;
   PlotSummary summary;
   std::string error;
-  if (!plot_problem(problem, options, o.target, summary, error)) {
+  if (!plot_problem(pair.base, options, o.target, summary, error)) {
     std::cerr << "gravok: " << error << "\n";
     return kFailed;
   }
@@ -351,7 +367,14 @@ int plot(const Options& o) {
   std::cout << o.target << ": " << summary.triangles_drawn << " triangles drawn";
   if (summary.triangles_skipped)
     std::cout << ", " << summary.triangles_skipped << " skipped";
-  std::cout << ", contours every " << summary.contour_interval << "\n";
+  if (summary.break_lines_drawn)
+    std::cout << ", " << summary.break_lines_drawn << " break lines";
+  if (summary.compared) {
+    std::cout << ", cut " << summary.earthwork.cut << ", fill " << summary.earthwork.fill
+              << ", net " << summary.earthwork.net << "\n";
+  } else {
+    std::cout << ", contours every " << summary.contour_interval << "\n";
+  }
   return kSuccess;
 }
 

@@ -132,6 +132,13 @@ int main(int argc, char** argv) {
                    "contour interval in the problem's linear unit (default: from the "
                    "elevation range)");
   plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
+  plot->add_option("--compare", o.compare,
+                   "draw the cut and fill of this problem's surface (the top) against "
+                   "LOCATION's (the base) instead of elevations");
+  plot->add_option("--base-surface", o.base_surface,
+                   "with --compare: LOCATION's surface by name or id");
+  plot->add_option("--top-surface", o.top_surface,
+                   "with --compare: the top's surface by name or id");
 
   CLI::App* volume = app.add_subcommand(
       "volume", "cut, fill and net between two surfaces (base and top)");

@@ -1,6 +1,8 @@
 #include "plot.h"
 
+#include "earthwork.h"
 #include "json_document.h"
+#include "plot_cutfill.h"
 #include "plot_terrain.h"
 
 #include <cairo-pdf.h>
@@ -185,6 +187,10 @@ Layout lay_out(const PlotOptions& options, double x0, double x1, double y0, doub
 
 // ---- drawing helpers -------------------------------------------------------------
 
+// Break lines, and the pixels per page unit of the cut/fill raster.
+const Style kBreakLineStyle{0.12, 0.12, 0.12, 1.6, {6, 3}, Mark::None, false, 0};
+constexpr double kDifferenceRaster = 2.0;
+
 void colour(cairo_t* cr, const Style& s, double alpha = 1.0) {
   cairo_set_source_rgba(cr, s.r, s.g, s.b, alpha);
 }
@@ -317,6 +323,42 @@ void draw_mesh_edges(cairo_t* cr, const gvk::Mesh& mesh, const Ground& ground,
   cairo_stroke(cr);
 }
 
+// Break lines: dark dashes over a pale halo, in local coordinates; returns how many
+// segments had finite ends.
+std::size_t draw_break_lines(cairo_t* cr, const std::vector<gravok_line_3d>& lines,
+                             const Layout& l) {
+  std::size_t drawn = 0;
+  for (const gravok_line_3d& b : lines) {
+    if (!std::isfinite(b.x1) || !std::isfinite(b.y1) || !std::isfinite(b.x2) ||
+        !std::isfinite(b.y2))
+      continue;
+    cairo_move_to(cr, l.map.px(b.x1), l.map.py(b.y1));
+    cairo_line_to(cr, l.map.px(b.x2), l.map.py(b.y2));
+    ++drawn;
+  }
+  if (drawn) paint_stroke(cr, kBreakLineStyle, l.u);
+  return drawn;
+}
+
+// The cut/fill raster, sampled at kDifferenceRaster pixels per page unit.
+void draw_difference(cairo_t* cr, const Difference& difference, const Layout& l) {
+  std::vector<unsigned> pixels = shade_difference(difference);
+  cairo_surface_t* image = cairo_image_surface_create_for_data(
+      reinterpret_cast<unsigned char*>(pixels.data()), CAIRO_FORMAT_ARGB32,
+      difference.width, difference.height,
+      difference.width * static_cast<int>(sizeof(unsigned)));
+  cairo_save(cr);
+  cairo_rectangle(cr, l.map.left, l.map.top, l.map_width, l.map_height);
+  cairo_clip(cr);
+  cairo_translate(cr, l.map.left, l.map.top);
+  cairo_scale(cr, 1.0 / kDifferenceRaster, 1.0 / kDifferenceRaster);
+  cairo_set_source_surface(cr, image, 0, 0);
+  cairo_paint(cr);
+  cairo_restore(cr);
+  cairo_surface_finish(image);
+  cairo_surface_destroy(image);
+}
+
 // Ticks per side at most: a round step gives about 6, more only when the origin is so
 // far out that adding the step no longer moves the coordinate.
 constexpr int kMaxTicks = 40;
@@ -429,6 +471,60 @@ void draw_ramp(cairo_t* cr, const gvk::Problem& p, const Ground& ground, const L
   y += bar + 34 * u;
 }
 
+// What the legend of a cut/fill map shows.
+struct CompareLegend {
+  bool shown = false;
+  double limit = 1.0;
+  gvk::Earthwork earthwork;
+};
+
+void draw_difference_ramp(cairo_t* cr, const gvk::Problem& p, const CompareLegend& c,
+                          const Layout& l, double x, double& y) {
+  const double u = l.u;
+  const std::string unit = unit_label(p.linear_unit);
+  text(cr, x, y, "Top - base (" + unit + ")", 13 * u, 0, true);
+  y += 12 * u;
+  const double bar = 170 * u;
+  cairo_pattern_t* gradient = cairo_pattern_create_linear(0, y + bar, 0, y);
+  for (int k = 0; k <= 20; ++k) {
+    double rgb[3];
+    difference_colour(k / 10.0 - 1.0, rgb);
+    cairo_pattern_add_color_stop_rgb(gradient, k / 20.0, rgb[0], rgb[1], rgb[2]);
+  }
+  cairo_rectangle(cr, x, y, 24 * u, bar);
+  cairo_set_source(cr, gradient);
+  cairo_fill_preserve(cr);
+  cairo_pattern_destroy(gradient);
+  cairo_set_source_rgb(cr, 0.2, 0.2, 0.2);
+  cairo_set_line_width(cr, 1 * u);
+  cairo_stroke(cr);
+  const int decimals = std::max(0, 2 - static_cast<int>(std::floor(std::log10(c.limit))));
+  const char* words[3] = {"  cut", "", "  fill"};
+  for (int k = 0; k <= 2; ++k) {
+    const double value = (k - 1) * c.limit;
+    text(cr, x + 32 * u, y + bar - k / 2.0 * bar + 4 * u,
+         (k == 0   ? ""
+          : k == 2 ? "+"
+                   : "") +
+             number(value, decimals) + words[k],
+         11 * u);
+  }
+  y += bar + 30 * u;
+  const std::string cube = unit + "\xC2\xB3";
+  const double largest = std::max({c.earthwork.cut, c.earthwork.fill, 1e-6});
+  const int volume_decimals =
+      std::clamp(3 - static_cast<int>(std::floor(std::log10(largest))), 0, 6);
+  const std::pair<const char*, double> rows[] = {
+      {"cut", c.earthwork.cut}, {"fill", c.earthwork.fill}, {"net", c.earthwork.net}};
+  for (const auto& [word, value] : rows) {
+    cairo_set_source_rgb(cr, 0.1, 0.1, 0.1);
+    text(cr, x, y, word, 12 * u, 0, true);
+    text(cr, x + 46 * u, y, number(value, volume_decimals) + " " + cube, 12 * u);
+    y += 20 * u;
+  }
+  y += 12 * u;
+}
+
 void draw_line_sample(cairo_t* cr, double x, double y, double width, double alpha,
                       double u) {
   cairo_move_to(cr, x, y);
@@ -440,10 +536,19 @@ void draw_line_sample(cairo_t* cr, double x, double y, double width, double alph
 
 void draw_legend(cairo_t* cr, const gvk::Problem& p, const Ground& ground,
                  const Layout& l, double interval, bool have_contours,
-                 const std::vector<LegendEntry>& entries) {
+                 const std::vector<LegendEntry>& entries, const CompareLegend& compare,
+                 std::size_t break_lines) {
   const double u = l.u, x = l.legend_left;
   double y = l.map.top + 10 * u;
-  if (!ground.triangles.empty()) draw_ramp(cr, p, ground, l, interval, x, y);
+  if (compare.shown) {
+    draw_difference_ramp(cr, p, compare, l, x, y);
+    draw_line_sample(cr, x, y - 4 * u, 2.0 * u, 1.0, u);
+    cairo_set_source_rgb(cr, 0.1, 0.1, 0.1);
+    text(cr, x + 46 * u, y, "zero line (top = base)", 11 * u);
+    y += 30 * u;
+  } else if (!ground.triangles.empty()) {
+    draw_ramp(cr, p, ground, l, interval, x, y);
+  }
   const std::string unit = unit_label(p.linear_unit);
   const int decimals = decimals_for(interval);
   if (have_contours) {
@@ -478,6 +583,14 @@ void draw_legend(cairo_t* cr, const gvk::Problem& p, const Ground& ground,
     text(cr, x + 46 * u, y,
          gvk_json::element_kind_name(e.kind) + "  (" + std::to_string(e.count) + ")",
          11 * u);
+    y += 22 * u;
+  }
+  if (break_lines) {
+    cairo_move_to(cr, x, y - 4 * u);
+    cairo_line_to(cr, x + 36 * u, y - 4 * u);
+    paint_stroke(cr, kBreakLineStyle, u);
+    cairo_set_source_rgb(cr, 0.1, 0.1, 0.1);
+    text(cr, x + 46 * u, y, "Break lines  (" + std::to_string(break_lines) + ")", 11 * u);
     y += 22 * u;
   }
   y += 20 * u;
@@ -569,6 +682,10 @@ struct Drawing {
   Layout layout;
   double interval = 0.0;
   std::vector<double> contours, index_contours;
+  CompareLegend compare;
+  Difference difference;
+  std::vector<double> zero_line;
+  std::size_t break_lines = 0;
 };
 
 void draw(cairo_t* cr, Drawing& d, double raster) {
@@ -578,13 +695,19 @@ void draw(cairo_t* cr, Drawing& d, double raster) {
   cairo_paint(cr);
   cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
   cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
-  if (!d.ground.triangles.empty()) draw_ground(cr, p, d.ground, l, raster);
+  if (d.compare.shown) {
+    draw_difference(cr, d.difference, l);
+  } else if (!d.ground.triangles.empty()) {
+    draw_ground(cr, p, d.ground, l, raster);
+  }
   cairo_save(cr);
   cairo_rectangle(cr, l.map.left, l.map.top, l.map_width, l.map_height);
   cairo_clip(cr);
   if (d.options.mesh_edges) draw_mesh_edges(cr, p.mesh, d.ground, l);
   stroke_segments(cr, d.contours, 0.8 * l.u, 0.6);
   stroke_segments(cr, d.index_contours, 1.8 * l.u, 0.85);
+  stroke_segments(cr, d.zero_line, 2.0 * l.u, 1.0);
+  draw_break_lines(cr, p.break_lines, l);
   // Outlines first, then lines, then points, so that nothing small hides under a fill.
   for (int pass = 0; pass < 3; ++pass) {
     for (const Figure& f : d.figures) {
@@ -600,7 +723,8 @@ void draw(cairo_t* cr, Drawing& d, double raster) {
   text(cr, l.map.left, 34 * l.u, title, 20 * l.u, 0, true);
   text(cr, l.map.left, 58 * l.u, origin_text(p), 12 * l.u);
   const bool have_contours = !d.contours.empty() || !d.index_contours.empty();
-  draw_legend(cr, p, d.ground, l, d.interval, have_contours, d.entries);
+  draw_legend(cr, p, d.ground, l, d.interval, have_contours, d.entries, d.compare,
+              d.break_lines);
 }
 
 std::string describe(const Drawing& d, const PlotSummary& s) {
@@ -609,6 +733,13 @@ std::string describe(const Drawing& d, const PlotSummary& s) {
                      number(s.y_max, 3) + ". " + std::to_string(s.triangles_drawn) +
                      " triangles";
   if (s.contour_segments) desc += ", contour interval " + number(s.contour_interval, 6);
+  if (s.compared) {
+    desc += ". cut " + number(s.earthwork.cut, 3) + ", fill " +
+            number(s.earthwork.fill, 3) + ", net " + number(s.earthwork.net, 3) +
+            ", zero line of " + std::to_string(s.zero_line_segments) + " segments";
+  }
+  if (s.break_lines_drawn)
+    desc += ", " + std::to_string(s.break_lines_drawn) + " break lines";
   desc += ". legend:";
   for (const LegendEntry& e : d.entries)
     desc +=
@@ -651,6 +782,54 @@ bool render(Drawing& d, Format format, const std::string& path,
   return write_svg(svg, title, describe(d, summary), path, error);
 }
 
+// Whether some drawable triangle of the mesh has area in plan.
+bool has_area(const gvk::Mesh& mesh, const Ground& ground) {
+  for (std::size_t index : ground.triangles) {
+    const gvk::Triangle& t = mesh.triangles[index];
+    const double twice = (mesh.x[t[1]] - mesh.x[t[0]]) * (mesh.y[t[2]] - mesh.y[t[0]]) -
+                         (mesh.x[t[2]] - mesh.x[t[0]]) * (mesh.y[t[1]] - mesh.y[t[0]]);
+    if (twice != 0.0) return true;
+  }
+  return false;
+}
+
+// Refuses a surface that has triangles, none of them of any area in plan.
+bool check_area(const gvk::Mesh& mesh, const Ground& ground, const char* which,
+                std::string& error) {
+  if (mesh.triangles.empty() || has_area(mesh, ground)) return true;
+  error = std::string(which) + " has " + std::to_string(mesh.triangles.size()) +
+          " triangles, but none of any area in plan: there is nothing to draw";
+  return false;
+}
+
+std::size_t finite_break_lines(const std::vector<gravok_line_3d>& lines) {
+  std::size_t count = 0;
+  for (const gravok_line_3d& b : lines) {
+    count += std::isfinite(b.x1) && std::isfinite(b.y1) && std::isfinite(b.x2) &&
+             std::isfinite(b.y2);
+  }
+  return count;
+}
+
+// The earthwork of the compared surface; false with `error` when there is none.
+bool compare_surfaces(const gvk::Problem& problem, const gvk::Mesh& top,
+                      CompareLegend& legend, std::string& error) {
+  if (!check_area(top, survey_ground(top), "the compared surface", error)) return false;
+  const gvk::VolumeResult result =
+      gvk::volume_between(mesh_view(problem.mesh), mesh_view(top));
+  if (!result) {
+    error = "cannot compare the surfaces: " + result.message;
+    return false;
+  }
+  if (!(result.total.area > 0.0)) {
+    error = "the surfaces do not overlap in plan: there is no cut or fill to draw";
+    return false;
+  }
+  legend.shown = true;
+  legend.earthwork = result.total;
+  return true;
+}
+
 }  // namespace
 
 double default_contour_interval(double z_min, double z_max) {
@@ -672,8 +851,17 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
             {},
             0.0,
             {},
-            {}};
+            {},
+            {},
+            {},
+            {},
+            0};
   const Ground& g = d.ground;
+  if (!check_area(problem.mesh, g, "the surface", error)) return false;
+  if (options.compare != nullptr &&
+      !compare_surfaces(problem, *options.compare, d.compare, error))
+    return false;
+  d.break_lines = finite_break_lines(problem.break_lines);
   const double range = g.z_max - g.z_min;
   const bool given =
       options.contour_interval > 0 && std::isfinite(options.contour_interval);
@@ -689,9 +877,22 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
   for (const auto& [kind, count] : counts) d.entries.push_back({kind, count});
   double x0, x1, y0, y1;
   extent(g, d.figures, x0, x1, y0, y1);
-  d.layout = lay_out(options, x0, x1, y0, y1, d.entries.size());
-  trace_contours(problem.mesh, g, d.layout.map, range > 0 ? d.interval : 0.0,
-                 problem.zorig, d.contours, d.index_contours);
+  const std::size_t extra_rows = (d.break_lines ? 1 : 0) + (d.compare.shown ? 5 : 0);
+  d.layout = lay_out(options, x0, x1, y0, y1, d.entries.size() + extra_rows);
+  if (d.compare.shown) {
+    const Layout& l = d.layout;
+    const int w =
+        std::max(1, static_cast<int>(std::ceil(l.map_width * kDifferenceRaster)));
+    const int h =
+        std::max(1, static_cast<int>(std::ceil(l.map_height * kDifferenceRaster)));
+    d.difference =
+        sample_difference(problem.mesh, *options.compare, l.map, kDifferenceRaster, w, h);
+    d.compare.limit = d.difference.limit;
+    d.zero_line = trace_zero_line(d.difference, l.map, kDifferenceRaster);
+  } else {
+    trace_contours(problem.mesh, g, d.layout.map, range > 0 ? d.interval : 0.0,
+                   problem.zorig, d.contours, d.index_contours);
+  }
 
   summary = PlotSummary{};
   summary.triangles_drawn = g.triangles.size();
@@ -707,6 +908,11 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
   }
   summary.contour_segments = (d.contours.size() + d.index_contours.size()) / 4;
   summary.elements_drawn = counts;
+  summary.break_lines_drawn = d.break_lines;
+  summary.compared = d.compare.shown;
+  summary.earthwork = d.compare.earthwork;
+  summary.difference_limit = d.compare.shown ? d.compare.limit : 0.0;
+  summary.zero_line_segments = d.zero_line.size() / 4;
   const Layout& l = d.layout;
   summary.x_min = l.map.x_min + problem.xorig;
   summary.x_max = summary.x_min + l.map_width / l.map.scale;

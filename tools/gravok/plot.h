@@ -12,6 +12,7 @@
 #define GRAVOK_TOOLS_PLOT_H
 
 #include <gravok/problem.h>
+#include <gravok/volume.h>
 
 #include <cstddef>
 #include <map>
@@ -32,6 +33,11 @@ struct PlotOptions {
   int width = 1400;
   // The heading above the map; empty gives "Plan view".
   std::string title;
+  // A top surface in the problem's coordinates and unit. When given, the map shows
+  // the cut/fill of it against the problem's mesh (the base) instead of elevations:
+  // top - base on a ramp of two hues centred on zero, the zero line, and the cut,
+  // fill and net (gvk::volume_between) in the legend; no contours. Borrowed.
+  const gvk::Mesh* compare = nullptr;
 };
 
 // What a plot showed, for a caller's report and for tests. Absolute coordinates.
@@ -45,6 +51,13 @@ struct PlotSummary {
   std::size_t contour_levels = 0;   // levels that cross at least the elevation range
   std::size_t contour_segments = 0;
   std::map<GradingElementType, std::size_t> elements_drawn;  // shapes per kind
+  std::size_t break_lines_drawn = 0;                         // segments with finite ends
+  // With PlotOptions::compare: the earthwork shown, the largest |top - base| on the
+  // map (the ends of the ramp) and the segments of the zero line.
+  bool compared = false;
+  gvk::Earthwork earthwork;
+  double difference_limit = 0.0;
+  std::size_t zero_line_segments = 0;
   // The extent shown, and where it lies on the page: the absolute point (x, y) is drawn
   // at (map_left + (x - x_min) * scale, map_top + (y_max - y) * scale).
   double x_min = 0.0, x_max = 0.0, y_min = 0.0, y_max = 0.0;
@@ -76,10 +89,15 @@ double default_contour_interval(double z_min, double z_max);
 // number. An SVG file also carries the title, the origin, the extent, the contour
 // interval and the legend entries as text in its <title> and <desc> elements.
 //
+// Break lines are drawn over the ground as dark dashed segments, with their count in
+// the legend.
+//
 // Returns false with one line in `error` (naming the file where it matters) for an
 // unknown suffix, an explicit contour interval that gives more than
-// kMaxContourLevels levels, and a file that cannot be written; a partly written file
-// may then remain. The problem is only read.
+// kMaxContourLevels levels, a mesh (or a compared surface) that has triangles but
+// none of any area in plan, which would draw as nothing, a compared surface that the
+// volume functions refuse or that does not overlap the mesh in plan, and a file that
+// cannot be written; a partly written file may then remain. The problem is only read.
 bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
                   const std::string& path, PlotSummary& summary, std::string& error);
 

@@ -239,6 +239,13 @@ TEST(DxfReader, MakesSurfacesElementsAndBreakLinesByLayer) {
        {},
        0,
        "left out: 1 CIRCLE, 1 TEXT"},
+      {"a polyline whose SEQEND is missing",
+       drawing(polyline3d("DrainLine", {kA, kB})
+                   .substr(0, polyline3d("DrainLine", {kA, kB}).size() - 9)),
+       {},
+       {{DrainLine, 1}},
+       0,
+       ""},
       {"paper space left out",
        drawing("0\nPOINT\n67\n1\n8\nLowPoint\n10\n0\n20\n0\n"),
        {},
@@ -456,6 +463,12 @@ TEST(DxfReader, ReportsInsertsItCannotExpand) {
   const Row rows[] = {
       {"an unknown block", drawing(insert("NONE", "EG", {0, 0, 0})),
        "INSERT of block \"NONE\", which the drawing does not define, left out"},
+      {"an insert that names no block", drawing("0\nINSERT\n8\nEG\n10\n0\n"),
+       "INSERT of block \"\", which the drawing does not define, left out"},
+      {"a polyface mesh without faces",
+       drawing(
+           "0\nPOLYLINE\n8\nPF\n66\n1\n70\n64\n0\nVERTEX\n8\nPF\n70\n192\n0\nSEQEND\n"),
+       "layer \"PF\": polyface meshes without faces left out"},
       {"a block that inserts itself",
        drawing(insert("SELF", "EG", {0, 0, 0}),
                block("SELF", insert("SELF", "0", {1, 0, 0}))),

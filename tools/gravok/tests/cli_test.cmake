@@ -110,6 +110,14 @@ expect(0 "fill +15416\\.667 m.*Pond 1:\n  compared area 100\\.000 m.*fill +156\\
 expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \"fill\": 156\\.25"
        volume ${d}/example.json ${d}/raised.json --by-element --json)
 
+# The cut/fill map; a mesh whose triangles have no area draws nothing and says so.
+expect(0 "cutfill.svg: 2 triangles drawn, cut 0.111111, fill 0.444444, net 0.333333"
+       plot ${d}/flat.node --compare ${d}/square.node -o ${d}/cutfill.svg)
+expect(1 "do not overlap in plan" plot ${d}/square.node --compare ${d}/far.node -o ${d}/apart.svg)
+file(WRITE ${d}/line.node "3 2 1 0\n0 0 0 1\n1 1 1 1\n2 2 2 1\n")
+file(WRITE ${d}/line.ele "1 3 0\n0 0 1 2\n")
+expect(1 "the surface has 1 triangles, but none of any area in plan" plot ${d}/line.node -o ${d}/line.svg)
+
 # A real surface from design software, through the LandXML plug-in module.
 if(LANDXML_PLUGIN)
   set(civil ${DATA_DIR}/landxml/civil_example_clean.xml)

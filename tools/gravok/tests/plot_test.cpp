@@ -228,6 +228,99 @@ TEST(PlotProblem, RefusesWhatItCannotDraw) {
   }
 }
 
+// The cut/fill map of z = x - 40 over z = 0 on a 100 x 100 square: the zero line
+// lies on x = 40, the legend's figures are the exact ones, and a top wholly above
+// the base has no zero line.
+TEST(PlotProblem, CutFillMapShowsTheDifferenceAndItsZeroLine) {
+  const gvk::Problem base = square(4, 100, [](double, double) { return 0.0; });
+  const gvk::Problem crossing = square(5, 100, [](double x, double) { return x - 40; });
+  const gvk::Problem above = square(3, 100, [](double x, double) { return x + 1; });
+  struct Case {
+    const char* name;
+    const gvk::Mesh& top;
+    double cut, fill, limit;
+    bool zero_line;
+  };
+  const Case cases[] = {{"crossing", crossing.mesh, 80000, 180000, 60, true},
+                        {"above", above.mesh, 0, 510000, 101, false}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    gravok_tool::PlotOptions options;
+    options.compare = &c.top;
+    options.width = 600;
+    gravok_tool::PlotSummary s;
+    std::string error;
+    const fs::path path = scratch("cutfill.svg");
+    ASSERT_TRUE(gravok_tool::plot_problem(base, options, path.string(), s, error))
+        << error;
+    EXPECT_TRUE(s.compared);
+    EXPECT_NEAR(s.earthwork.cut, c.cut, 1e-6 * c.fill);
+    EXPECT_NEAR(s.earthwork.fill, c.fill, 1e-6 * c.fill);
+    EXPECT_NEAR(s.difference_limit, c.limit, 0.01 * c.limit);  // at pixel centres
+    EXPECT_EQ(s.contour_segments, 0u);
+    EXPECT_EQ(s.zero_line_segments > 0, c.zero_line);
+    std::size_t on_zero = 0;
+    for (const auto& points : svg_paths(slurp(path))) {
+      if (points.size() < 20) continue;
+      bool all = true;
+      for (const auto& [px, py] : points) {
+        const double x = (px - s.map_left) / s.scale + s.x_min - base.xorig;
+        all &= std::fabs(x - 40) < 1.0 / s.scale;
+      }
+      on_zero += all;
+    }
+    EXPECT_EQ(on_zero, c.zero_line ? 1u : 0u);
+  }
+}
+
+TEST(PlotProblem, DrawsBreakLinesAndCountsThem) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  gvk::Problem p = square(2, 100, [](double x, double) { return x; });
+  p.break_lines = {{10, 10, 1, 90, 10, 2}, {10, 20, 1, 90, 80, 2}, {nan, 0, 0, 5, 5, 0}};
+  gravok_tool::PlotSummary s;
+  std::string error;
+  const fs::path path = scratch("breaks.svg");
+  gravok_tool::PlotOptions small;
+  small.width = 600;
+  ASSERT_TRUE(gravok_tool::plot_problem(p, small, path.string(), s, error)) << error;
+  EXPECT_EQ(s.break_lines_drawn, 2u);
+  EXPECT_NE(slurp(path).find(", 2 break lines"), std::string::npos);
+}
+
+TEST(PlotProblem, RefusesSurfacesThatWouldDrawNothing) {
+  gvk::Problem flat_line;
+  flat_line.mesh = {{0, 1, 2}, {0, 1, 2}, {0, 0, 0}, {{0, 1, 2}, {2, 1, 0}}, {}};
+  const gvk::Problem base = square(2, 100, [](double, double) { return 0.0; });
+  gvk::Problem far = square(2, 100, [](double, double) { return 1.0; });
+  for (double& x : far.mesh.x) x += 500;
+  gvk::Mesh broken = base.mesh;
+  broken.triangles[1][2] = 99;
+  struct Case {
+    const char* name;
+    const gvk::Problem& problem;
+    const gvk::Mesh* compare;
+    std::string message;
+  };
+  const Case cases[] = {
+      {"no area", flat_line, nullptr,
+       "the surface has 2 triangles, but none of any area in plan"},
+      {"compared surface without area", base, &flat_line.mesh,
+       "the compared surface has 2 triangles, but none of any area in plan"},
+      {"apart", base, &far.mesh, "the surfaces do not overlap in plan"},
+      {"refused by the volume", base, &broken,
+       "cannot compare the surfaces: top mesh: triangle 1 names vertex 99"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    gravok_tool::PlotOptions options;
+    options.compare = c.compare;
+    std::string error;
+    EXPECT_FALSE(gravok_tool::plot_problem(c.problem, options,
+                                           scratch("none.png").string(), error));
+    EXPECT_NE(error.find(c.message), std::string::npos) << error;
+  }
+}
+
 TEST(DefaultContourInterval, GivesTenToTwentyRoundSteps) {
   for (double range : {0.3, 1.0, 7.0, 13.0, 60.0, 250.0, 999.0, 12345.0}) {
     SCOPED_TRACE(range);
