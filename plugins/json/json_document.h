@@ -38,11 +38,14 @@ bool element_kind_from_name(std::string_view name, GradingElementType& kind);
 // always gives the same bytes. Kinds whose element set holds nothing are left out.
 void write_document(const gvk::Problem& problem, std::string& out);
 
-// Writes the document of `problem` to `path`: first into "<path>.tmp" beside it, then
-// renamed over `path`, so a failed write never leaves a half-written document under
-// the name. On failure returns false with a message naming the file in `error`;
-// `path` is then unchanged and the temporary file removed.
-bool write_file(const gvk::Problem& problem, const std::string& path, std::string& error);
+// Writes the document of `problem` to `path` through a temporary file beside it that
+// then replaces `path` (gvk::replace_file), so a failed write never leaves a
+// half-written document under the name, nor a temporary file. A failure throws
+// std::system_error "cannot write PATH" with the system's reason ("cannot write
+// site.json: No space left on device"); `path` is then unchanged. A JSON document holds
+// every value a problem can hold (NaN and infinities as strings, text that is not
+// UTF-8 as bytes), so nothing is refused for its content.
+void write_file(const gvk::Problem& problem, const std::string& path);
 
 // Reads a document into `problem`. On success returns true and `problem` holds
 // exactly what the document says, with DataSource's defaults for the sections it

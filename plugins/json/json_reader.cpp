@@ -10,15 +10,18 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <initializer_list>
 #include <limits>
 #include <memory>
 #include <new>
+#include <system_error>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -733,7 +736,14 @@ bool read_file(const std::string& path, Problem& problem, std::string& error) {
   simdjson::error_code code = simdjson::IO_ERROR;
   char* padded = nullptr;
   std::size_t size = 0;
-  if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
+  // The system's reason when the file cannot be opened or read: a missing file, a
+  // folder, no permission.
+  int system_error = 0;
+  std::error_code status;
+  if (std::filesystem::is_directory(path, status)) system_error = EISDIR;
+  std::FILE* file = system_error ? nullptr : std::fopen(path.c_str(), "rb");
+  if (!file && !system_error) system_error = errno;
+  if (file) {
     long end = -1;
     if (std::fseek(file, 0, SEEK_END) == 0) end = std::ftell(file);
     // LONG_MAX is what some systems answer for a directory.
@@ -745,7 +755,12 @@ bool read_file(const std::string& path, Problem& problem, std::string& error) {
       else if (std::fread(padded, 1, size, file) == size)
         code = simdjson::SUCCESS;
     }
+    if (code == simdjson::IO_ERROR) system_error = errno;
     std::fclose(file);
+  }
+  if (system_error) {
+    error = path + ": " + std::generic_category().message(system_error);
+    return false;
   }
   if (code) {
     error = path + ": cannot read the file (" + simdjson::error_message(code) + ")";

@@ -10,12 +10,14 @@
 #define GRAVOK_JSON_STORE_H
 
 #include <gravok/problem.h>
+#include <gravok/store_losses.h>
 
 #include <string>
+#include <vector>
 
 namespace gvk_json {
 
-class JsonStore : public gvk::ProblemStore {
+class JsonStore : public gvk::ProblemStore, public gvk::DeclaresLosses {
  public:
   // A store that writes to `path`, starting from `problem` (a default Problem for a
   // new document, or the one read from the existing document). With an empty path
@@ -24,24 +26,27 @@ class JsonStore : public gvk::ProblemStore {
 
   const std::string& path() const { return m_path; }
 
-  // Writes the document now. False when the file could not be written; the message
-  // is then in write_error() and also logged at error level.
-  bool write() const;
-  // The message of the last failed write; empty while the last write succeeded.
-  const std::string& write_error() const { return m_write_error; }
+  // Writes the document now (write_file): a failure throws std::system_error
+  // "cannot write PATH" with the system's reason, and the file stays as it was.
+  void write() const;
 
-  // Brackets nest: only the outermost end writes. An end without a begin writes too.
+  // Brackets nest: only the outermost end writes, and so throws as write() does; the
+  // exception passes through copyFrom and copyAllFrom. An end without a begin writes
+  // too.
   void beginBulkOperation() const override;
   void endBulkOperation() const override;
 
+  // A JSON document holds everything a transfer hands a store: nothing is dropped.
+  std::vector<gvk::StoreLoss> losses() const override { return {}; }
+
  protected:
-  // Writes unless a bulk bracket is open.
+  // Writes unless a bulk bracket is open; a setter called outside a bracket therefore
+  // throws as write() does.
   void problem_changed() const override;
 
  private:
   std::string m_path;
   mutable int m_depth = 0;
-  mutable std::string m_write_error;
 };
 
 }  // namespace gvk_json

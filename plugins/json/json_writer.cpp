@@ -7,6 +7,8 @@
 // - a string is a JSON string when it is UTF-8, else {"bytes": "<hex>"}.
 #include "json_document.h"
 
+#include <gravok/replace_file.h>
+
 #include <gravok/element_types.h>
 
 #include <charconv>
@@ -531,26 +533,11 @@ void write_document(const Problem& p, std::string& out) {
   out += "\n}\n";
 }
 
-bool write_file(const Problem& problem, const std::string& path, std::string& error) {
+void write_file(const Problem& problem, const std::string& path) {
   std::string text;
   write_document(problem, text);
-  const std::string temporary = path + ".tmp";
-  {
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    if (file) file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    if (file) file.close();
-    if (!file) {
-      std::remove(temporary.c_str());
-      error = path + ": cannot write " + temporary;
-      return false;
-    }
-  }
-  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-    std::remove(temporary.c_str());
-    error = path + ": cannot replace the file with " + temporary;
-    return false;
-  }
-  return true;
+  gvk::replace_file(
+      path, [&](std::FILE* file) { std::fwrite(text.data(), 1, text.size(), file); });
 }
 
 }  // namespace gvk_json

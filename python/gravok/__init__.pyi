@@ -526,6 +526,8 @@ def to_utf8(text: str) -> bytes:
     """The library's UTF-8 for the UTF-16 units of `text`: each unit by itself, so a character beyond the BMP becomes two three-byte sequences; a NUL ends the text."""
 def from_utf8(data: bytes) -> str:
     """The text of UTF-8 bytes as the library decodes them into UTF-16 units (never rejects anything; a 0 byte ends the text). Every str without NUL survives from_utf8(to_utf8(text))."""
+def volume(base: Any, top: Any, boundary: Any = None) -> dict:
+    """Cut, fill and net of the top surface against the base, exact for triangulated surfaces, over the plan area where both are defined: a dict with cut, fill, net (fill - cut), cut_area, fill_area, area (the compared area), unit (the base's linear unit; volumes in its cube, areas in its square), base_layered_area and top_layered_area (plan area a surface covers more than once; every layer counts), and volume_unit with in_volume_unit {cut, fill, net} where the base has a volume unit of another length. base and top are DataSources (their current surfaces; the top is moved into the base's origin and unit) or sequences (x, y, z, triangles). boundary, in the base's coordinates, limits the comparison to a closed polygon: (xs, ys) or an (n, 2) array of corners. ValueError with the library's reason for a bad mesh or boundary (an index out of range, a NaN coordinate, a boundary that crosses itself)."""
 
 LinearUnit = Unit1
 AreaUnit = Unit2

@@ -26,6 +26,7 @@ void bind_registry(py::module_& m);
 void bind_mesh(py::module_& m);
 void bind_log(py::module_& m);
 void bind_problem(py::module_& m);
+void bind_volume(py::module_& m);
 
 // A 1-D float64 array that owns `values`' memory.
 py::array_t<double> to_array(std::vector<double>&& values);

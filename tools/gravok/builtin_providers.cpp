@@ -22,9 +22,4 @@ void unregister_builtin_providers() {
   gvk_triangle::unregister_providers();
 }
 
-std::string builtin_write_error(const gvk::DataStore& store) {
-  const auto* json = dynamic_cast<const gvk_json::JsonStore*>(&store);
-  return json ? json->write_error() : std::string();
-}
-
 }  // namespace gravok_tool

@@ -16,10 +16,6 @@ namespace gravok_tool {
 void register_builtin_providers();
 void unregister_builtin_providers();
 
-// Why a store of a built-in provider failed to write what it was given; empty when it
-// wrote it, or when `store` is not one of theirs.
-std::string builtin_write_error(const gvk::DataStore& store);
-
 }  // namespace gravok_tool
 
 #endif  // GRAVOK_TOOL_BUILTIN_PROVIDERS_H

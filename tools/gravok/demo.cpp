@@ -1,15 +1,18 @@
 #include "demo.h"
 
+#include "earthwork.h"
 #include "json_document.h"
 #include "json_providers.h"
 #include "json_store.h"
+#include "mesh_files.h"
 #include "plot.h"
 
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
-#include <gravok/poly_file.h>
 #include <gravok/problem.h>
+#include <gravok/volume.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
@@ -86,6 +89,75 @@ std::string size_of(const std::string& path) {
   return ec ? "missing" : std::to_string(bytes) + " bytes";
 }
 
+// The plane z = a + b x + c y of least squares through the mesh's vertices.
+void best_plane(const gvk::Mesh& m, double& a, double& b, double& c) {
+  double n = 0, sx = 0, sy = 0, sz = 0, sxx = 0, sxy = 0, syy = 0, sxz = 0, syz = 0;
+  for (std::size_t i = 0; i < m.x.size(); ++i) {
+    const double x = m.x[i], y = m.y[i], z = m.z[i];
+    n += 1, sx += x, sy += y, sz += z, sxx += x * x, sxy += x * y, syy += y * y;
+    sxz += x * z, syz += y * z;
+  }
+  // Centred sums, so that the 2 x 2 system for the slopes is well conditioned.
+  const double mx = sx / n, my = sy / n, mz = sz / n;
+  const double cxx = sxx / n - mx * mx, cxy = sxy / n - mx * my, cyy = syy / n - my * my;
+  const double cxz = sxz / n - mx * mz, cyz = syz / n - my * mz;
+  const double det = cxx * cyy - cxy * cxy;
+  b = det != 0 ? (cxz * cyy - cyz * cxy) / det : 0.0;
+  c = det != 0 ? (cyz * cxx - cxz * cxy) / det : 0.0;
+  a = mz - b * mx - c * my;
+}
+
+bool inside(const std::vector<double>& xs, const std::vector<double>& ys, double x,
+            double y) {
+  bool in = false;
+  const std::size_t n = std::min(xs.size(), ys.size());
+  for (std::size_t i = 0, j = n - 1; i < n; j = i++) {
+    if ((ys[i] > y) != (ys[j] > y) &&
+        x < (xs[j] - xs[i]) * (y - ys[i]) / (ys[j] - ys[i]) + xs[i])
+      in = !in;
+  }
+  return in;
+}
+
+// A proposed surface for the site: its plane of best fit, with every building pad
+// raised 2 ft above it as a flat platform, on a grid of its own (60 by 60 cells over
+// the site's extent, every cell cut along the same diagonal), so that the cut/fill
+// map compares two different triangulations.
+gvk::Mesh proposed_surface(const gvk::Problem& site) {
+  const gvk::Mesh& ground = site.mesh;
+  double a, b, c;
+  best_plane(ground, a, b, c);
+  const auto [x0, x1] = std::minmax_element(ground.x.begin(), ground.x.end());
+  const auto [y0, y1] = std::minmax_element(ground.y.begin(), ground.y.end());
+  const int n = 60;
+  gvk::Mesh m;
+  for (int j = 0; j <= n; ++j) {
+    for (int i = 0; i <= n; ++i) {
+      const double x = *x0 + (*x1 - *x0) * i / n, y = *y0 + (*y1 - *y0) * j / n;
+      double z = a + b * x + c * y;
+      const auto pads = site.elements.find(BuildingPad);
+      for (std::size_t k = 0; pads != site.elements.end() && k < pads->second.xs.size();
+           ++k) {
+        const std::vector<double>& xs = pads->second.xs[k];
+        const std::vector<double>& ys = pads->second.ys[k];
+        if (xs.empty() || !inside(xs, ys, x, y)) continue;
+        z = a + b * xs[0] + c * ys[0] + 2.0;
+      }
+      m.x.push_back(x);
+      m.y.push_back(y);
+      m.z.push_back(z);
+    }
+  }
+  for (unsigned long long j = 0; j < n; ++j) {
+    for (unsigned long long i = 0; i < n; ++i) {
+      const unsigned long long v = j * (n + 1) + i;
+      m.triangles.push_back({v, v + 1, v + n + 2});
+      m.triangles.push_back({v, v + n + 2, v + n + 1});
+    }
+  }
+  return m;
+}
+
 }  // namespace
 
 int run_demo(const std::string& outdir, std::ostream& out, int cells) {
@@ -110,8 +182,11 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
     target.zorig = 100.0;
     gvk::ProblemSource source(site);
     gvk_json::JsonStore store(json, target);
-    store.copyAllFrom(source);
-    if (!store.write_error().empty()) return fail(out, "copy", store.write_error());
+    try {
+      store.copyAllFrom(source);
+    } catch (const std::exception& e) {
+      return fail(out, "copy", e.what());
+    }
   }
   out << "copy:         copyAllFrom into the JSON store " << json
       << " at origin x 2001000 y 501000 z 100 (" << since(start) << ")\n";
@@ -140,12 +215,12 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
       << "; check again: " << findings_text(check(m)) << " (" << since(start) << ")\n";
 
   start = Clock::now();
-  // The writer cuts its stem at the last "." anywhere in the name, so the name ends
-  // in a suffix of its own and a "." in the directory stays.
-  gvk::PolyFile::to_files(outdir + "/site.mesh", m.x, m.y, m.z, m.triangles);
   const std::string node = outdir + "/site.1.node", ele = outdir + "/site.1.ele";
-  if (!std::filesystem::exists(node) || !std::filesystem::exists(ele))
-    return fail(out, "node/ele", "cannot write " + node + " and " + ele);
+  try {
+    write_node_ele(node, ele, m.x, m.y, m.z, m.triangles);
+  } catch (const std::exception& e) {
+    return fail(out, "node/ele", e.what());
+  }
   out << "node/ele:     " << node << ", " << ele << " (" << since(start) << ")\n";
 
   std::vector<std::string> written = {json, node, ele};
@@ -164,10 +239,33 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells) {
     written.push_back(path);
   }
 
+  start = Clock::now();
+  const gvk::Mesh proposed = proposed_surface(problem);
+  const gvk::VolumeResult earthwork =
+      gvk::volume_between(mesh_view(problem.mesh), mesh_view(proposed));
+  if (!earthwork) return fail(out, "volume", earthwork.message);
+  const gvk::Earthwork& e = earthwork.total;
+  out << "volume:       against a proposed surface (the plane of best fit, pads 2 ft up; "
+      << mesh_counts(proposed) << "): cut " << coordinate(e.cut) << ", fill "
+      << coordinate(e.fill) << ", net " << coordinate(e.net) << " ft3 over "
+      << coordinate(e.area) << " ft2 (" << since(start) << ")\n";
+  start = Clock::now();
+  PlotOptions compare;
+  compare.title = "gravok demo site: cut and fill against a proposed surface";
+  compare.compare = &proposed;
+  const std::string cutfill = outdir + "/cutfill.png";
+  PlotSummary summary;
+  if (!plot_problem(problem, compare, cutfill, summary, error))
+    return fail(out, "cut/fill map", error);
+  out << "cut/fill map: " << cutfill << ": zero line of " << summary.zero_line_segments
+      << " segments, top - base from " << coordinate(-summary.difference_limit) << " to "
+      << coordinate(summary.difference_limit) << " ft (" << since(start) << ")\n";
+  written.push_back(cutfill);
+
   out << "wrote:\n";
   for (const std::string& path : written)
     out << "  " << path << "  " << size_of(path) << "\n";
-  out << "open the picture: " << written.back() << "\n";
+  out << "open the pictures: " << outdir << "/site.png, " << cutfill << "\n";
   return 0;
 }
 

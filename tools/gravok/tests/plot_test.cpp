@@ -351,8 +351,8 @@ TEST(RunDemo, WritesFilesThatReadBack) {
   fs::remove_all(dir);
   std::ostringstream out;
   ASSERT_EQ(gravok_tool::run_demo(dir.string(), out, 20), 0) << out.str();
-  for (const char* name :
-       {"site.json", "site.1.node", "site.1.ele", "site.svg", "site.png"}) {
+  for (const char* name : {"site.json", "site.1.node", "site.1.ele", "site.svg",
+                           "site.png", "cutfill.png"}) {
     SCOPED_TRACE(name);
     EXPECT_TRUE(fs::exists(dir / name));
     EXPECT_NE(out.str().find((dir / name).string()), std::string::npos);
@@ -370,6 +370,8 @@ TEST(RunDemo, WritesFilesThatReadBack) {
   EXPECT_EQ(triangles, 800u);
   EXPECT_EQ(lines, vertices + triangles);
   EXPECT_NE(out.str().find("check again: no findings"), std::string::npos) << out.str();
+  EXPECT_NE(out.str().find("volume:       against a proposed surface"),
+            std::string::npos);
 }
 
 }  // namespace
