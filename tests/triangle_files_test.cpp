@@ -123,6 +123,60 @@ TEST_F(TriangleFilesTest, EachFaultNamesItsFileAndLine) {
   }
 }
 
+// Each field at the edge of what it takes: the last value read and the first refused,
+// and an optional last field both present and absent.
+TEST_F(TriangleFilesTest, FieldsAtTheEdgeOfTheirRange) {
+  struct Case {
+    std::string marker;  // of the one vertex of a .node file with markers
+    bool read;
+    long long value;
+  };
+  const Case markers[] = {
+      {"9223372036854775807", true, 9223372036854775807LL},
+      {"9223372036854775808", false, 0},
+      {"-9223372036854775808", true, -9223372036854775807LL - 1},
+      {"-9223372036854775809", false, 0},
+      {"+0", true, 0},
+  };
+  for (const Case& c : markers) {
+    SCOPED_TRACE(c.marker);
+    gvk::TriangleVertices v;
+    const gvk::TriangleFileResult r =
+        gvk::read_node_file(file("edge.node", "1 2 0 1\n0 0 0 " + c.marker + "\n"), v);
+    ASSERT_EQ(r.ok, c.read) << r.message;
+    if (c.read) {
+      EXPECT_EQ(v.markers, std::vector<long long>{c.value});
+    }
+  }
+  // A count takes 20 digits up to the largest 64-bit value; one more is no count.
+  for (const auto& [count, words] :
+       {std::pair<std::string, std::string>{"18446744073709551615",
+                                            "announces 18446744073709551615 vertices"},
+        {"18446744073709551616", "does not start with a vertex count"},
+        {"00000000000000000000018446744073709551615",
+         "announces 18446744073709551615"}}) {
+    SCOPED_TRACE(count);
+    gvk::TriangleVertices v;
+    const gvk::TriangleFileResult r =
+        gvk::read_node_file(file("edge.node", count + " 2 0 0\n"), v);
+    EXPECT_FALSE(r.ok);
+    EXPECT_NE(r.message.find(words), std::string::npos) << r.message;
+  }
+  // A region's maximum area is its optional last field: absent it reads as -1.
+  const std::string sq = "3 2 0 0\n0 0 0\n1 1 0\n2 0 1\n0\n0\n";
+  for (const auto& [line, area] : {std::pair<std::string, double>{"0 0.5 0.25 7", -1.0},
+                                   {"0 0.5 0.25 7 2.5", 2.5}}) {
+    SCOPED_TRACE(line);
+    gvk::TrianglePoly p;
+    const gvk::TriangleFileResult r =
+        gvk::read_poly_file(file("edge.poly", sq + "1\n" + line + "\n"), p);
+    ASSERT_TRUE(r.ok) << r.message;
+    ASSERT_EQ(p.regions.size(), 1u);
+    EXPECT_EQ(p.regions[0].attribute, 7.0);
+    EXPECT_EQ(p.regions[0].max_area, area);
+  }
+}
+
 // A vertex count of 0 sends the reader to the .node file beside, whose faults are
 // reported with its own path and line.
 TEST_F(TriangleFilesTest, ZeroVertexCountReadsTheNodeFileBeside) {

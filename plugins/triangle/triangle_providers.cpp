@@ -4,8 +4,10 @@
 #include <gravok/providers.h>
 #include <gravok/triangle_files.h>
 
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -30,11 +32,26 @@ gvk::Problem mesh_problem(std::vector<double> x, std::vector<double> y,
   return p;
 }
 
+// A fault naming the system's reason when `path` is missing or a folder ("site.node:
+// No such file or directory"); ok otherwise, the reader's to judge.
+gvk::TriangleFileResult system_fault(const std::string& path) {
+  std::error_code code;
+  const std::filesystem::file_status status = std::filesystem::status(path, code);
+  if (!code && std::filesystem::is_directory(status))
+    code = std::make_error_code(std::errc::is_a_directory);
+  gvk::TriangleFileResult result;
+  if (code) result = {false, path, 0, path + ": " + code.message()};
+  return result;
+}
+
 // The .node and .ele pair that PATH.node or PATH.ele names.
 gvk::TriangleFileResult read_node_ele(const std::string& location,
                                       gvk::Problem& problem) {
   const std::string stem =
       location.substr(0, location.size() - (ends_with(location, ".node") ? 5 : 4));
+  for (const std::string& path : {stem + ".node", stem + ".ele"}) {
+    if (gvk::TriangleFileResult fault = system_fault(path); !fault) return fault;
+  }
   std::vector<double> x, y, z;
   std::vector<gvk::Triangle> triangles;
   const gvk::TriangleFileResult result =
@@ -48,6 +65,7 @@ gvk::TriangleFileResult read_node_ele(const std::string& location,
 // The vertices of a .poly file: z the third coordinate, else the first attribute,
 // else 0; no triangles.
 gvk::TriangleFileResult read_poly(const std::string& location, gvk::Problem& problem) {
+  if (gvk::TriangleFileResult fault = system_fault(location); !fault) return fault;
   gvk::TrianglePoly poly;
   const gvk::TriangleFileResult result = gvk::read_poly_file(location, poly);
   if (!result) return result;

@@ -336,13 +336,13 @@ class DataSourceProvider:
         """One line saying what locations the provider opens."""
     def supportsSurface(self: DataSourceProvider) -> bool:
         """Whether its sources offer surfaces."""
-    def createDataSource(self: DataSourceProvider, location: str) -> Optional[DataSource]:
+    def createDataSource(self: DataSourceProvider, location: str) -> DataSource:
         """A new source for `location`, or None."""
 
 class DataStoreProvider(DataSourceProvider):
     """A factory of stores, which serves source requests too. Define canHandle, description and createDataStore(location) -> DataStore or None; supportsSurface() defaults to True, createDataSource to createDataStore."""
     def __init__(self: DataStoreProvider) -> None: ...
-    def createDataStore(self: DataStoreProvider, location: str) -> Optional[DataStore]:
+    def createDataStore(self: DataStoreProvider, location: str) -> DataStore:
         """A new store for `location`, or None."""
 
 class PluginModule:
@@ -504,10 +504,14 @@ def dataSourceProviders() -> List[DataSourceProvider]:
     """Every store provider, then every source provider, each in name order. C++ providers are borrowed: use them only while they stay registered."""
 def dataStoreProviders() -> List[DataStoreProvider]:
     """Every store provider in name order (borrowed, as dataSourceProviders)."""
-def createDataSource(location: _PathLike) -> Optional[DataSource]:
-    """A source for `location` (str or os.PathLike) from the first provider that makes one, or None. The caller owns it; loaded plug-in modules refuse to unload while it lives."""
-def createDataStore(location: _PathLike) -> Optional[DataStore]:
-    """A store for `location`, or None, as createDataSource."""
+def createDataSource(location: _PathLike) -> DataSource:
+    """A source for `location` (str or os.PathLike) from the first provider that makes one. The caller owns it; loaded plug-in modules refuse to unload while it lives. When none opens it: FileNotFoundError (PermissionError, IsADirectoryError) when the file it names is missing (unreadable, a folder), else ValueError; the message holds each reason the providers gave (reportRefusal), naming the file and line, or says that no provider opens it."""
+def createDataStore(location: _PathLike) -> DataStore:
+    """A store for `location`, as createDataSource; a location that no store provider opens raises as there (a missing file is no reason: a store may create it)."""
+def reportRefusal(reason: str) -> None:
+    """Says why a location that a provider's canHandle accepted cannot be opened; call it from createDataSource or createDataStore before returning None. The reason reaches the caller of createDataSource or createDataStore."""
+def losses(store: Any) -> Optional[List[Tuple[str, int]]]:
+    """What `store` says it dropped of what it received, as a list of (what, count) pairs, empty when it dropped nothing; None when the store does not say. A Python store says so by a method losses() returning such a list."""
 def load_plugin(path: _PathLike) -> PluginModule:
     """Loads the plug-in module at `path` (str or os.PathLike) and registers its providers; a module loaded already gives its handle again. It stays loaded until unload() or the interpreter's exit, whether or not the result is kept. ValueError with the reason (the path and the system's message) when it cannot be loaded, or is refused because users other than root and you may change it."""
 def installed_plugin_folder() -> str:

@@ -5,9 +5,7 @@ records, units, the settings. A Problem belongs to the program that holds it; no
 of it stays tied to the file, the provider or the plug-in it came from."""
 
 import dataclasses
-import errno
 import os
-import re
 import warnings
 from typing import Dict, List, NamedTuple, Tuple
 
@@ -124,15 +122,15 @@ class Problem:
     def save(self, location):
         """Writes the problem through the first store provider that accepts
         `location` (str or os.PathLike), with the complete transfer: the store
-        receives everything it can hold, moved into its own origin. ValueError when no
-        provider writes `location` (with the providers' reasons); the store's own
+        receives everything it can hold, moved into its own origin. Raises as
+        createDataStore does when no provider takes `location` (FileNotFoundError,
+        PermissionError or ValueError with the providers' reasons); the store's own
         errors pass through (OSError when the file cannot be written, ValueError when
         it cannot hold the data), and a failed save leaves an existing file as it was
         where the store promises so."""
         load_plugins(_once=True)
-        written, reasons = _g._write_problem(self._values(), location)
-        if not written:
-            raise _refusal(location, reasons, "writes")
+        store = _g.createDataStore(location)
+        store.copyAllFrom(self.as_source())
 
     def as_source(self):
         """A DataSource (a copy of the problem) for the C++-shaped interface, such as
@@ -231,32 +229,9 @@ def open(location):  # noqa: A001 - gravok.open, as the package's reader is name
     """The problem at `location` (str or os.PathLike: a path, or a provider's
     location such as "json:site.json"), read whole through the first provider that
     opens it, after the installed plug-ins are loaded (load_plugins). Every surface of
-    a source that lists several comes with it. FileNotFoundError when the file does
-    not exist; ValueError naming the providers' reasons (the file and the line) when
-    they recognise it but cannot read it, or when no provider opens it."""
+    a source that lists several comes with it. Raises as createDataSource does:
+    FileNotFoundError when the file does not exist (PermissionError, IsADirectoryError
+    likewise), ValueError naming the providers' reasons (the file and the line) when
+    they recognise it but cannot read it, or saying that no provider opens it."""
     load_plugins(_once=True)
-    values, reasons = _g._read_problem(location)
-    if values is None:
-        raise _refusal(location, reasons, "opens")
-    problem = Problem.__new__(Problem)
-    problem._take(values)
-    return problem
-
-
-# A provider's prefix, as in "json:site.json" (one letter before the colon is a
-# Windows drive, not a prefix).
-_PREFIX = re.compile(r"^[A-Za-z][A-Za-z0-9+.-]+:")
-
-
-def _refusal(location, reasons, verb):
-    text = os.fsdecode(os.fspath(location))
-    path = _PREFIX.sub("", text)
-    because = "; ".join(reasons)
-    if verb == "opens" and not os.path.exists(path) and (reasons or path == text):
-        message = os.strerror(errno.ENOENT) + (f" ({because})" if because else "")
-        return FileNotFoundError(errno.ENOENT, message, text)
-    if because:
-        return ValueError(f"cannot {'open' if verb == 'opens' else 'write'} "
-                          f"{text!r}: {because}")
-    return ValueError(f"no provider {verb} {text!r}; the providers: "
-                      + ", ".join(_g.dataStoreProviderNames() + _g.dataSourceProviderNames()))
+    return Problem.from_source(_g.createDataSource(location))

@@ -4,7 +4,6 @@
 // (gravok/_problem.py) holds those values, so that everything a Python program
 // changes in it is its own, and crosses into C++ only when it is saved or handed on.
 #include <gravok/problem.h>
-#include <gravok/providers.h>
 
 #include "common.h"
 
@@ -188,41 +187,8 @@ gvk::Problem snapshot_of(gvk::DataSource& source) {
 
 void bind_problem(py::module_& m) {
   m.def(
-      "_read_problem",
-      [](const py::object& location) {
-        const std::string text = path_from(location);
-        std::vector<std::string> reasons;
-        std::unique_ptr<gvk::DataSource> source;
-        {
-          py::gil_scoped_release unlocked;
-          source = gvk::createDataSource(text, reasons);
-        }
-        if (!source) return py::make_tuple(py::none(), reasons);
-        return py::make_tuple(to_python(snapshot_of(*source)), reasons);
-      },
-      py::arg("location"),
-      "(problem values or None, the providers' reasons) of opening `location`.");
-  m.def(
       "_snapshot", [](gvk::DataSource& source) { return to_python(snapshot_of(source)); },
       py::arg("source"), "The problem values of everything `source` answers.");
-  m.def(
-      "_write_problem",
-      [](const py::handle& values, const py::object& location) {
-        gvk::ProblemSource source(from_python(values));
-        const std::string text = path_from(location);
-        std::vector<std::string> reasons;
-        bool written = false;
-        {
-          py::gil_scoped_release unlocked;
-          std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(text, reasons);
-          if (store) store->copyAllFrom(source);
-          written = static_cast<bool>(store);
-        }
-        return py::make_tuple(written, reasons);
-      },
-      py::arg("values"), py::arg("location"),
-      "(written, the providers' reasons) of the complete transfer of the problem "
-      "values into a store for `location`; the store's exceptions pass through.");
   m.def(
       "_problem_source",
       [](const py::handle& values) -> std::unique_ptr<gvk::DataSource> {

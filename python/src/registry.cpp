@@ -8,8 +8,10 @@
 #include <gravok/data_store.h>
 #include <gravok/plugin.h>
 #include <gravok/providers.h>
+#include <gravok/store_losses.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <set>
 #include <system_error>
@@ -460,6 +462,52 @@ py::object provider_object(const P* provider) {
   return result;
 }
 
+// The file a location names, as far as a host can tell without its providers: the
+// location itself, or what follows a "scheme:" prefix of two or more characters.
+std::vector<std::string> candidate_paths(const std::string& location) {
+  std::vector<std::string> paths = {location};
+  const std::size_t colon = location.find(':');
+  if (colon != std::string::npos && colon >= 2)
+    paths.push_back(location.substr(colon + 1));
+  return paths;
+}
+
+[[noreturn]] void raise_os_error(int error, const std::string& message,
+                                 const std::string& path) {
+  // OSError(errno, message, filename) becomes the subclass that matches errno.
+  py::object exception = py::reinterpret_borrow<py::object>(PyExc_OSError)(
+      error, message,
+      py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefaultAndSize(
+          path.data(), static_cast<Py_ssize_t>(path.size()))));
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
+  throw py::error_already_set();
+}
+
+// Raises the Python exception for a location that nothing opened. A provider that gives
+// the system's reason for the file the location names ("PATH: No such file or
+// directory", "PATH: Permission denied", "PATH: Is a directory") makes it the OSError
+// of that error; everything else is ValueError. The message holds every reason, or
+// says that no provider opens the location.
+[[noreturn]] void raise_refusal(const std::string& location,
+                                const std::vector<std::string>& reasons, bool for_store) {
+  if (reasons.empty()) {
+    throw py::value_error("cannot open " + location + ": no " +
+                          (for_store ? "store provider" : "provider") + " opens it");
+  }
+  std::string message;
+  for (const std::string& reason : reasons)
+    message += (message.empty() ? "" : "; ") + reason;
+  for (const int error : {ENOENT, EACCES, EISDIR, ENOTDIR}) {
+    const std::string words = ": " + std::generic_category().message(error);
+    for (const std::string& path : candidate_paths(location)) {
+      for (const std::string& reason : reasons) {
+        if (reason.rfind(path + words, 0) == 0) raise_os_error(error, message, path);
+      }
+    }
+  }
+  throw py::value_error(message);
+}
+
 }  // namespace
 
 void bind_registry(py::module_& m) {
@@ -553,28 +601,61 @@ void bind_registry(py::module_& m) {
       [](const py::object& location_object) {
         const std::string location = path_from(location_object);
         std::unique_ptr<gvk::DataSource> source;
+        std::vector<std::string> reasons;
         {
           py::gil_scoped_release unlocked;
-          source = gvk::createDataSource(location);
+          source = gvk::createDataSource(location, reasons);
         }
+        if (!source) raise_refusal(location, reasons, false);
         return from_registry(std::move(source));
       },
       py::arg("location"),
       "A source for `location` (str or os.PathLike) from the first provider that makes "
-      "one, or None. The caller owns it; loaded plug-in modules refuse to unload "
-      "while it lives.");
+      "one. The caller owns it; loaded plug-in modules refuse to unload while it "
+      "lives. When none opens it: FileNotFoundError (PermissionError, "
+      "IsADirectoryError) when the file it names is missing (unreadable, a folder), "
+      "else ValueError; the message holds each reason the providers gave "
+      "(reportRefusal), naming the file and line, or says that no provider opens it.");
   m.def(
       "createDataStore",
       [](const py::object& location_object) {
         const std::string location = path_from(location_object);
         std::unique_ptr<gvk::DataStore> store;
+        std::vector<std::string> reasons;
         {
           py::gil_scoped_release unlocked;
-          store = gvk::createDataStore(location);
+          store = gvk::createDataStore(location, reasons);
         }
+        if (!store) raise_refusal(location, reasons, true);
         return from_registry(std::move(store));
       },
-      py::arg("location"), "A store for `location`, or None, as createDataSource.");
+      py::arg("location"),
+      "A store for `location`, as createDataSource; a location that no store provider "
+      "opens raises as there (a missing file is no reason: a store may create it).");
+  m.def(
+      "reportRefusal", [](std::string reason) { gvk::reportRefusal(std::move(reason)); },
+      py::arg("reason"),
+      "Says why a location that a provider's canHandle accepted cannot be opened; call "
+      "it from createDataSource or createDataStore before returning None. The reason "
+      "reaches the caller of createDataSource or createDataStore.");
+  m.def(
+      "losses",
+      [](const py::object& store) -> py::object {
+        const auto* declares = dynamic_cast<const gvk::DeclaresLosses*>(
+            store.cast<const gvk::DataSource*>());
+        if (!declares) {
+          if (py::hasattr(store, "losses")) return store.attr("losses")();
+          return py::none();
+        }
+        py::list result;
+        for (const gvk::StoreLoss& loss : declares->losses())
+          result.append(py::make_tuple(loss.what, loss.count));
+        return result;
+      },
+      py::arg("store"),
+      "What `store` says it dropped of what it received, as a list of (what, count) "
+      "pairs, empty when it dropped nothing; None when the store does not say. A "
+      "Python store says so by a method losses() returning such a list.");
 
   py::class_<Plugin, PluginPtr>(
       m, "PluginModule",

@@ -137,7 +137,7 @@ def test_a_problem_crosses_into_cpp_and_back_unchanged():
 @pytest.mark.parametrize("location, error, says", [
     ("missing.json", FileNotFoundError, "missing.json"),
     (pathlib.Path("no/such/site.node"), FileNotFoundError, "site.node"),
-    ("nowhere:at-all", ValueError, "no provider opens 'nowhere:at-all'"),
+    ("nowhere:at-all", ValueError, "nowhere:at-all: no provider opens it"),
 ])
 def test_open_says_why_it_cannot(location, error, says):
     with pytest.raises(error, match=says):
@@ -152,7 +152,7 @@ def test_open_names_the_file_and_line_of_a_broken_file(tmp_path):
 
 
 def test_save_says_when_no_store_takes_the_location(tmp_path):
-    with pytest.raises(ValueError, match="no provider writes"):
+    with pytest.raises(ValueError, match="no store provider opens it"):
         gravok.Problem().save(tmp_path / "site.unknown")
 
 

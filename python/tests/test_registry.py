@@ -65,8 +65,10 @@ def providers():
 def test_python_providers_hand_out_their_own_objects(providers):
     source = gravok.createDataSource("pair:a")
     assert type(source) is PairSource and source.location == "pair:a"
-    assert gravok.createDataSource("pair:none") is None
-    assert gravok.createDataSource("nothing:here") is None
+    with pytest.raises(ValueError, match="cannot open pair:none: no provider opens it"):
+        gravok.createDataSource("pair:none")
+    with pytest.raises(ValueError, match="nothing:here: no provider opens it"):
+        gravok.createDataSource("nothing:here")
     # A store provider serves source requests with its stores.
     assert type(gravok.createDataSource("pairstore:s")) is PairStore
     store = gravok.createDataStore("pairstore:t")
