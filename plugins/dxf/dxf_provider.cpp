@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <utility>
 #include <vector>
 
 namespace gvk_dxf {
@@ -43,6 +45,14 @@ bool ends_in_dxf(const std::string& path) {
   return tail == ".dxf";
 }
 
+// Whether `path` is a readable file that does not start as a DXF file does, which the
+// providers leave to others. A missing or unreadable file is not: reading it says why.
+bool foreign_file(const std::string& path) {
+  std::error_code failed;
+  return std::filesystem::is_regular_file(path, failed) &&
+         std::ifstream(path, std::ios::binary).is_open() && !is_dxf_file(path);
+}
+
 const SourceProvider* g_registered_source = nullptr;
 const StoreProvider* g_registered_store = nullptr;
 
@@ -73,7 +83,7 @@ SourceProvider::~SourceProvider() {
 bool SourceProvider::canHandle(const std::string& location) const {
   if (has_prefix(location)) return true;
   const Location l = parse(location);
-  return ends_in_dxf(l.path) && is_dxf_file(l.path);
+  return ends_in_dxf(l.path) && !foreign_file(l.path);
 }
 
 std::string SourceProvider::description() const {
@@ -90,7 +100,7 @@ std::unique_ptr<gvk::DataSource> SourceProvider::createDataSource(
     GRAVOK_LOG_WARN << warning;
   }
   if (!loaded) {
-    GRAVOK_LOG_ERROR << source->error();
+    gvk::reportRefusal(source->error());
     return nullptr;
   }
   return source;
@@ -119,7 +129,14 @@ std::unique_ptr<gvk::DataSource> StoreProvider::createDataSource(
 
 std::unique_ptr<gvk::DataStore> StoreProvider::createDataStore(
     const std::string& location) const {
-  return std::make_unique<DxfStore>(parse(location).path);
+  std::string path = parse(location).path;
+  std::error_code failed;
+  if (foreign_file(path) && std::filesystem::file_size(path, failed) > 0) {
+    gvk::reportRefusal(path + ": not a DXF file: it does not start with the pairs " +
+                       "0/SECTION; it is left as it is");
+    return nullptr;
+  }
+  return std::make_unique<DxfStore>(std::move(path));
 }
 
 int register_providers() {

@@ -2,9 +2,11 @@
 //
 //  - "dxf:PATH": the file at PATH, whatever its name;
 //  - "PATH" ending in ".dxf" (any case): for reading, when the file starts as a DXF
-//    file does (0/SECTION, or a binary DXF's sentinel), so that another file of that
-//    name is left to other providers; for writing, when the file does not exist yet or
-//    is such a file, so that nothing else is overwritten.
+//    file does (0/SECTION, or a binary DXF's sentinel) or cannot be read (reading it
+//    then says why), so that another file of that name is left to other providers;
+//    for writing, when the file does not exist yet or is such a file, so that nothing
+//    else is overwritten. A "dxf:PATH" store refuses an existing file that is neither
+//    empty nor DXF.
 //
 // Either may end in "?breaklines=LAYER": the polylines and LINEs of that layer are read
 // as break lines, beside those of layers whose names contain "breakline".
@@ -24,8 +26,9 @@ namespace gvk_dxf {
 constexpr const char* kProviderName = "dxf";
 
 // Opens DXF drawings for reading. createDataSource loads the file; when that fails
-// it logs the source's error at error level and returns an empty pointer. Warnings
-// (what the drawing held that was left out) are logged at warn level.
+// it reports the source's error (file:line: what is wrong, or the system's reason for
+// a file that cannot be read) through gvk::reportRefusal and returns an empty pointer.
+// Warnings (what the drawing held that was left out) are logged at warn level.
 class SourceProvider : public gvk::DataSourceProvider {
  public:
   ~SourceProvider() override;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <unordered_map>
@@ -580,17 +581,33 @@ bool parse_drawing(std::string_view text, const std::string& where,
 
 bool read_drawing(const std::string& path, const ReadOptions& options, Drawing& drawing,
                   std::string& error, std::vector<std::string>& warnings) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
+  // Read in chunks until the end, so that a folder (whose first read fails) or a file
+  // whose size the system misstates never sizes an allocation; once a first chunk
+  // was read from a longer file, its size is reserved so that the text is held once.
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (!file) {
     error = path + ": cannot be read: " + std::strerror(errno);
     return false;
   }
-  in.seekg(0, std::ios::end);
-  const std::streamoff size = in.tellg();
-  in.seekg(0, std::ios::beg);
-  std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
-  if (size < 0 || !in.read(text.data(), static_cast<std::streamsize>(text.size()))) {
-    error = path + ": cannot be read: " + std::strerror(errno);
+  std::string text;
+  char chunk[64 * 1024];
+  errno = 0;
+  std::size_t got = std::fread(chunk, 1, sizeof chunk, file);
+  if (got == sizeof chunk && std::fseek(file, 0, SEEK_END) == 0) {
+    const long size = std::ftell(file);
+    if (size > 0) text.reserve(static_cast<std::size_t>(size));
+    if (std::fseek(file, static_cast<long>(got), SEEK_SET) != 0) {
+      const int failure = errno ? errno : EIO;
+      std::fclose(file);
+      error = path + ": cannot be read: " + std::strerror(failure);
+      return false;
+    }
+  }
+  for (; got > 0; got = std::fread(chunk, 1, sizeof chunk, file)) text.append(chunk, got);
+  const int failure = std::ferror(file) ? (errno ? errno : EIO) : 0;
+  std::fclose(file);
+  if (failure) {
+    error = path + ": cannot be read: " + std::strerror(failure);
     return false;
   }
   return parse_drawing(text, path, options, drawing, error, warnings);

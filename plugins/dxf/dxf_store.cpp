@@ -2,18 +2,16 @@
 
 #include "dxf_writer.h"
 
-#include <gravok/log.h>
+#include <gravok/replace_file.h>
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <set>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace gvk_dxf {
@@ -36,36 +34,26 @@ bool empty(const gvk::DataSource::ComplexElementData& d) {
   return d.int_lists.empty();
 }
 
-// The losses of one kind's elements: bytes and slots DXF has no place for, elements
-// without vertices.
-void kind_losses(std::int32_t kind, const std::vector<gravok_grading_element>& records,
-                 bool geometry, bool complex, std::vector<std::string>& losses) {
-  const std::string name = kind_layer(kind);
-  std::size_t opaque = 0, slots = 0;
-  for (const gravok_grading_element& r : records) {
-    gravok_grading_element bare = r;
-    std::memset(bare.location, 0, sizeof bare.location);
-    if (!all_zero(bare)) ++opaque;
-    const double* at = r.location;
-    const bool point = kind == LowPoint || kind == BoundedPoint;
-    const bool others = kind == LowPoint       ? (at[2] || at[3] || at[4] || at[5])
-                        : kind == BoundedPoint ? (at[2] || at[5])
-                        : kind == Offset
-                            ? (at[0] || at[3])
-                            : (at[0] || at[1] || at[2] || at[3] || at[4] || at[5]);
-    if (others || (!point && kind != Offset && (at[0] || at[1]))) ++slots;
+// Whether a value handed to a setter differs from what reading the file back answers:
+// gvk::DataSource's default. NaN equals NaN here.
+bool differs(double value, double default_value) {
+  return !(value == default_value || (std::isnan(value) && std::isnan(default_value)));
+}
+
+bool is_polyline_kind(std::int32_t kind) {
+  return kind != LowPoint && kind != BoundedPoint && kind != Offset;
+}
+
+// Whether a location slot that holds no coordinate of `kind` is set: low points keep
+// x y (slots 0 1), bounded points x y and their two elevations (0 1 3 4), offsets their
+// two points (1 2 4 5), the other kinds none.
+bool other_slots_set(std::int32_t kind, const double* at) {
+  switch (kind) {
+    case LowPoint: return at[2] || at[3] || at[4] || at[5];
+    case BoundedPoint: return at[2] || at[5];
+    case Offset: return at[0] || at[3];
+    default: return at[0] || at[1] || at[2] || at[3] || at[4] || at[5];
   }
-  auto add = [&](std::size_t count, const std::string& what) {
-    if (count) losses.push_back(std::to_string(count) + " " + name + " " + what);
-  };
-  add(opaque, "element records: their attribute bytes (DXF has no place for them)");
-  add(slots, "element records: location slots that are no coordinates");
-  const bool polyline = kind != LowPoint && kind != BoundedPoint && kind != Offset;
-  if (polyline && !geometry) {
-    add(records.size(), "elements arrived without vertices and are not written");
-  }
-  if (complex)
-    losses.push_back(name + ": complex-element data (DXF has no place for it)");
 }
 
 }  // namespace
@@ -74,22 +62,78 @@ DxfStore::DxfStore(std::string path) : m_path(std::move(path)) {}
 
 void DxfStore::set_surface_name(const std::string& name) { m_surface_name = name; }
 
-void DxfStore::setting(const std::string& name, bool lost) { m_settings[name] = lost; }
-
-Drawing DxfStore::drawing_to_write(std::vector<std::string>& losses) const {
+Drawing DxfStore::drawing_to_write() const {
   Drawing d;
   d.unit = m_unit;
-  if (m_unit == 8) losses.push_back("the linear unit arcsecond, which DXF cannot state");
-  if (m_area != m_unit || m_volume != m_unit) {
-    losses.push_back(
-        "area and volume units that are not the square and cube of the "
-        "linear unit");
-  }
   Surface s;
   s.name = m_surface_name;
   s.x = m_x, s.y = m_y, s.z = m_z;
   s.triangles = m_triangles;
   if (!s.triangles.empty() || !s.x.empty()) d.surfaces.push_back(std::move(s));
+  d.break_lines = m_break_lines;
+  for (const auto& [kind, k] : m_kinds) {
+    Elements& e = d.elements[kind];
+    e.records = k.records;
+    e.xs = k.xs, e.ys = k.ys;
+  }
+  return d;
+}
+
+void DxfStore::keep_kind(std::int32_t kind, Kind k) {
+  const std::string name = kind_layer(kind);
+  unsigned long long opaque = 0, slots = 0, bare = 0;
+  for (std::size_t i = 0; i < k.records.size(); ++i) {
+    gravok_grading_element record = k.records[i];
+    if (other_slots_set(kind, record.location)) ++slots;
+    std::memset(record.location, 0, sizeof record.location);
+    if (!all_zero(record)) ++opaque;
+    if (is_polyline_kind(kind) &&
+        (!k.geometry || i >= k.xs.size() || i >= k.ys.size() || k.xs[i].empty())) {
+      ++bare;
+    }
+  }
+  m_losses.set(name + " element records (attribute bytes)", opaque);
+  m_losses.set(name + " element records (location slots that are no coordinates)", slots);
+  m_losses.set(name + " elements without vertices (not written)", bare);
+  m_losses.set(name + " elements (complex-element data)",
+               k.complex ? std::max<std::size_t>(k.records.size(), 1) : 0);
+  if (k.records.empty() && k.xs.empty() && k.ys.empty()) {
+    m_kinds.erase(kind);
+  } else {
+    m_kinds[kind] = std::move(k);
+  }
+}
+
+void DxfStore::save() const {
+  const Drawing d = drawing_to_write();
+  const std::string refused = unwritable(d);
+  if (!refused.empty()) {
+    throw std::invalid_argument("cannot write " + m_path + ": " + refused);
+  }
+  gvk::replace_file(m_path, [&](std::FILE* file) { write_drawing(file, d); });
+}
+
+void DxfStore::endBulkOperation() const { save(); }
+
+void DxfStore::set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
+                         const gvk::Unit<3>& volume) {
+  m_unit = linear.type, m_area = area.type, m_volume = volume.type;
+  // Reading back gives the unit $INSUNITS states, its square and its cube.
+  const std::int32_t back = insunits_of(m_unit) ? m_unit : gvk::kUnknownUnitType;
+  m_losses.set("units DXF cannot state",
+               (back != m_unit) + (back != m_area) + (back != m_volume));
+}
+
+void DxfStore::set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
+                           const std::vector<double>& z,
+                           const std::vector<gvk::Triangle>& triangles,
+                           const std::vector<gravok_triangle_info>& triangle_info) {
+  m_x = x, m_y = y, m_z = z;
+  m_triangles = triangles;
+  m_losses.set("triangle records",
+               static_cast<unsigned long long>(std::count_if(
+                   triangle_info.begin(), triangle_info.end(),
+                   [](const gravok_triangle_info& i) { return !all_zero(i); })));
   // Vertices that no triangle names, and vertices that repeat one before them, do
   // not come back as vertices of their own.
   std::vector<bool> used(m_x.size(), false);
@@ -98,7 +142,7 @@ Drawing DxfStore::drawing_to_write(std::vector<std::string>& losses) const {
       if (v < used.size()) used[v] = true;
     }
   }
-  std::size_t unused = 0, repeated = 0;
+  unsigned long long unused = 0, repeated = 0;
   std::set<std::array<std::uint64_t, 3>> seen;
   for (std::size_t v = 0; v < used.size(); ++v) {
     if (!used[v]) {
@@ -111,90 +155,9 @@ Drawing DxfStore::drawing_to_write(std::vector<std::string>& losses) const {
     std::memcpy(bits.data(), xyz, sizeof xyz);
     if (!seen.insert(bits).second) ++repeated;
   }
-  if (unused)
-    losses.push_back(std::to_string(unused) + " mesh vertices that no triangle uses");
-  if (repeated) {
-    losses.push_back(
-        std::to_string(repeated) +
-        " mesh vertices that repeat another's coordinates (read back as one)");
-  }
-  if (m_triangle_info)
-    losses.push_back("per-triangle records (DXF has no place for them)");
-  d.break_lines = m_break_lines;
-  for (const auto& [kind, k] : m_kinds) {
-    Elements& e = d.elements[kind];
-    e.records = k.records;
-    e.xs = k.xs, e.ys = k.ys;
-    kind_losses(kind, k.records, k.geometry, k.complex, losses);
-    const bool polyline = kind != LowPoint && kind != BoundedPoint && kind != Offset;
-    std::size_t bare = 0;
-    for (std::size_t i = 0; polyline && k.geometry && i < k.records.size(); ++i) {
-      if (i >= k.xs.size() || i >= k.ys.size() || k.xs[i].empty()) ++bare;
-    }
-    if (bare) {
-      losses.push_back(std::to_string(bare) + " " + kind_layer(kind) +
-                       " elements without vertices");
-    }
-  }
-  for (const auto& [name, lost] : m_settings) {
-    if (lost) losses.push_back("the setting " + name + " (DXF has no place for it)");
-  }
-  if (!m_hostcad_version.empty()) losses.push_back("the host version text");
-  return d;
-}
-
-void DxfStore::save() const {
-  std::vector<std::string> losses;
-  const Drawing d = drawing_to_write(losses);
-  const std::string refused = unwritable(d);
-  if (!refused.empty()) {
-    throw std::invalid_argument("cannot write " + m_path + ": " + refused);
-  }
-  const std::string temporary = m_path + ".part";
-  {
-    std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-    if (!out) {
-      throw std::system_error(errno, std::generic_category(), "cannot write " + m_path);
-    }
-    write_drawing(out, d);
-    out.close();
-    if (!out) {
-      const int failure = errno;
-      std::remove(temporary.c_str());
-      throw std::system_error(failure, std::generic_category(), "cannot write " + m_path);
-    }
-  }
-  std::error_code failed;
-  std::filesystem::rename(temporary, m_path, failed);
-  if (failed) {
-    std::remove(temporary.c_str());
-    throw std::system_error(failed, "cannot write " + m_path);
-  }
-  m_losses = std::move(losses);
-}
-
-void DxfStore::endBulkOperation() const {
-  save();
-  for (const std::string& loss : m_losses) {
-    GRAVOK_LOG_WARN << m_path << ": not written: " << loss;
-  }
-}
-
-void DxfStore::set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                         const gvk::Unit<3>& volume) {
-  m_unit = linear.type, m_area = area.type, m_volume = volume.type;
-}
-
-void DxfStore::set_eg_data(const std::vector<double>& x, const std::vector<double>& y,
-                           const std::vector<double>& z,
-                           const std::vector<gvk::Triangle>& triangles,
-                           const std::vector<gravok_triangle_info>& triangle_info) {
-  m_x = x, m_y = y, m_z = z;
-  m_triangles = triangles;
-  m_triangle_info = false;
-  for (const gravok_triangle_info& i : triangle_info) {
-    m_triangle_info = m_triangle_info || !all_zero(i);
-  }
+  m_losses.set("mesh vertices that no triangle uses", unused);
+  m_losses.set("mesh vertices that repeat another's coordinates (read back as one)",
+               repeated);
 }
 
 void DxfStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
@@ -202,55 +165,67 @@ void DxfStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
 }
 
 void DxfStore::set_objectives(const std::vector<gravok_objective>& objectives) {
-  setting("objectives", !objectives.empty());
+  m_losses.set("objectives", objectives.size());
 }
 
 void DxfStore::set_low_points(const std::vector<gravok_grading_element>& e) {
-  m_kinds[LowPoint] = {e, {}, {}, true, false};
+  keep_kind(LowPoint, {e, {}, {}, true, false});
 }
 void DxfStore::set_bounded_points(const std::vector<gravok_grading_element>& e) {
-  m_kinds[BoundedPoint] = {e, {}, {}, true, false};
+  keep_kind(BoundedPoint, {e, {}, {}, true, false});
 }
 void DxfStore::set_offsets(const std::vector<gravok_grading_element>& e) {
-  m_kinds[Offset] = {e, {}, {}, true, false};
+  keep_kind(Offset, {e, {}, {}, true, false});
 }
 void DxfStore::set_drain_lines(const std::vector<gravok_grading_element>& e) {
-  m_kinds[DrainLine] = {e, {}, {}, false, false};
+  keep_kind(DrainLine, {e, {}, {}, false, false});
 }
 void DxfStore::set_bend_lines(const std::vector<gravok_grading_element>& e) {
-  m_kinds[BendLine] = {e, {}, {}, false, false};
+  keep_kind(BendLine, {e, {}, {}, false, false});
 }
 void DxfStore::set_aligned_edges(const std::vector<gravok_grading_element>& e) {
-  m_kinds[AlignedEdge] = {e, {}, {}, false, false};
+  keep_kind(AlignedEdge, {e, {}, {}, false, false});
 }
 void DxfStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e) {
-  m_kinds[SurfaceZone] = {e, {}, {}, false, false};
+  keep_kind(SurfaceZone, {e, {}, {}, false, false});
 }
 void DxfStore::set_complex_elements(GradingElementType kind,
                                     const std::vector<gravok_grading_element>& e) {
-  m_kinds[kind] = {e, {}, {}, false, false};
+  keep_kind(kind, {e, {}, {}, false, false});
 }
 
-void DxfStore::set_fix_boundary(bool fix) { setting("fix boundary", !fix); }
-void DxfStore::set_max_slope(double slope) { setting("max slope", slope != 0.33); }
-void DxfStore::set_min_slope(double slope) { setting("min slope", slope != 0.005); }
+void DxfStore::set_fix_boundary(bool fix) {
+  m_losses.set("settings (fix boundary)", fix != gvk::DataSource().fix_boundary());
+}
+void DxfStore::set_max_slope(double slope) {
+  m_losses.set("settings (max slope)", differs(slope, gvk::DataSource().get_max_slope()));
+}
+void DxfStore::set_min_slope(double slope) {
+  m_losses.set("settings (min slope)", differs(slope, gvk::DataSource().get_min_slope()));
+}
 void DxfStore::set_volume_constraint(VolumeConstraint constraint) {
-  setting("volume constraint", constraint != Unconstrained);
+  m_losses.set("settings (volume constraint)",
+               constraint != gvk::DataSource().get_volume_constraint());
 }
 void DxfStore::set_max_slopes(const std::vector<double>& slopes) {
-  setting("max slopes", !slopes.empty());
+  m_losses.set("settings (max slopes)", slopes.size());
 }
 void DxfStore::set_min_slopes(const std::vector<double>& slopes) {
-  setting("min slopes", !slopes.empty());
+  m_losses.set("settings (min slopes)", slopes.size());
 }
 void DxfStore::set_mesh_metric(mesh_metric metric) {
-  setting("mesh metric",
-          metric.kind != 1 || metric.value != 0.0 || metric.flag_a || !metric.flag_b);
+  const mesh_metric d = gvk::DataSource().get_mesh_metric();
+  m_losses.set("settings (mesh metric)",
+               metric.kind != d.kind || differs(metric.value, d.value) ||
+                   metric.flag_a != d.flag_a || metric.flag_b != d.flag_b);
 }
 void DxfStore::set_max_iteration_count(long long count) {
-  setting("max iteration count", count != 100000);
+  m_losses.set("settings (max iteration count)",
+               count != gvk::DataSource().get_max_iteration_count());
 }
-void DxfStore::set_epsilon(double epsilon) { setting("epsilon", epsilon != 0.0); }
+void DxfStore::set_epsilon(double epsilon) {
+  m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
+}
 
 void DxfStore::set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
                                      const gvk::Unit<3>& volume) {
@@ -265,15 +240,13 @@ void DxfStore::set_transferred_grading_elements(
     GradingElementType kind, const std::vector<gravok_grading_element>& elements,
     const std::vector<std::vector<double>>& xs,
     const std::vector<std::vector<double>>& ys, const ComplexElementData& complex_data) {
-  if (elements.empty() && xs.empty() && ys.empty() && empty(complex_data)) {
-    m_kinds.erase(kind);
-    return;
-  }
-  m_kinds[kind] = {elements, xs, ys, true, !empty(complex_data)};
+  keep_kind(kind, {elements, xs, ys, true, !empty(complex_data)});
 }
 
 void DxfStore::set_hostcad_version(const std::string& version) {
-  m_hostcad_version = version;
+  // The file states its own version, which reading it back answers.
+  m_losses.set("host version",
+               !version.empty() && version != std::string("DXF ") + kWrittenVersion);
 }
 
 void DxfStore::get_linear_unit(gvk::Unit<1>& unit) const { unit = gvk::Known<1>(m_unit); }

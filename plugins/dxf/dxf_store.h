@@ -12,13 +12,16 @@
 // what it refuses is never written. Writing goes through a temporary file beside the
 // target that then replaces it, so a failed write leaves an existing file as it was.
 //
-// What a DXF drawing cannot hold is dropped and listed by losses(): the settings of
-// the optimisation (where they differ from DataSource's defaults), objectives,
-// per-triangle records, the host version, complex-element data, the opaque bytes of
-// element records and the location slots that are no coordinates, elements that
-// arrived without vertices (copyFrom hands records only), mesh vertices that no
+// What a DXF drawing cannot hold is dropped and declared through gvk::DeclaresLosses:
+// the settings of the optimisation (where they differ from DataSource's defaults),
+// objectives, per-triangle records that are not zero, a host version other than the
+// one reading the file back answers ("DXF AC1009"), complex-element data, the opaque
+// bytes of element records and the location slots that are no coordinates, elements
+// that arrived without vertices (copyFrom hands records only), mesh vertices that no
 // triangle uses and vertices that repeat another's coordinates (they come back as
-// one), and area or volume units that are not the square or cube of the linear unit.
+// one), and units that $INSUNITS cannot state (the arcsecond; area or volume units
+// that are not the square or cube of the linear unit). Each setter sets the losses of
+// what it replaces, so after a transfer losses() describes that transfer.
 // A store is used from one thread at a time.
 #ifndef GRAVOK_DXF_STORE_H
 #define GRAVOK_DXF_STORE_H
@@ -26,6 +29,7 @@
 #include "dxf_drawing.h"
 
 #include <gravok/data_store.h>
+#include <gravok/store_losses.h>
 
 #include <map>
 #include <string>
@@ -33,7 +37,7 @@
 
 namespace gvk_dxf {
 
-class DxfStore : public gvk::DataStore {
+class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit DxfStore(std::string path);
@@ -44,12 +48,11 @@ class DxfStore : public gvk::DataStore {
   // Writes the drawing. Throws std::invalid_argument ("cannot write PATH: what") for a
   // problem the drawing cannot hold so that it reads back (see unwritable), and
   // std::system_error ("cannot write PATH: the system's reason") when the file cannot
-  // be written; nothing is written then. Afterwards losses() lists what was dropped.
+  // be written; nothing is written then, and a file that was there stays as it was.
   void save() const;
-  const std::vector<std::string>& losses() const { return m_losses; }
+  std::vector<gvk::StoreLoss> losses() const override { return m_losses.losses(); }
 
-  // Saves (see save(), whose exceptions pass through); each loss is logged at warn
-  // level.
+  // Saves (see save(), whose exceptions pass through).
   void endBulkOperation() const override;
 
   void set_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
@@ -111,9 +114,9 @@ class DxfStore : public gvk::DataStore {
     bool geometry = false;  // xs and ys arrived
     bool complex = false;   // complex data arrived that is not empty
   };
-  Drawing drawing_to_write(std::vector<std::string>& losses) const;
-  // Keeps (or, when `lost` is false, forgets) the loss of the setting `name`.
-  void setting(const std::string& name, bool lost);
+  Drawing drawing_to_write() const;
+  // Keeps the elements of `kind` and sets their losses.
+  void keep_kind(std::int32_t kind, Kind data);
 
   std::string m_path;
   std::string m_surface_name = "Existing ground";
@@ -121,12 +124,9 @@ class DxfStore : public gvk::DataStore {
   std::int32_t m_area = gvk::kUnknownUnitType, m_volume = gvk::kUnknownUnitType;
   std::vector<double> m_x, m_y, m_z;
   std::vector<gvk::Triangle> m_triangles;
-  bool m_triangle_info = false;  // records that are not all zero arrived
   std::vector<gravok_line_3d> m_break_lines;
   std::map<std::int32_t, Kind> m_kinds;
-  std::string m_hostcad_version;
-  std::map<std::string, bool> m_settings;  // setting -> dropped with a value of its own
-  mutable std::vector<std::string> m_losses;
+  gvk::LossTally m_losses;
 };
 
 }  // namespace gvk_dxf

@@ -6,19 +6,28 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <set>
-#include <sstream>
+#include <string>
+#include <utility>
 
 namespace gvk_dxf {
 namespace {
 
+// Gathers the text in a buffer, which goes to `file` whenever it holds kChunk bytes and
+// at the end (flush); without a file the whole text stays in the buffer.
 class Writer {
  public:
-  explicit Writer(std::ostream& out) : m_out(out) {}
+  explicit Writer(std::FILE* file) : m_file(file) {}
 
   void text(int code, const std::string& value) {
-    m_out << (code < 10 ? "  " : code < 100 ? " " : "") << code << '\n' << value << '\n';
+    m_text += code < 10 ? "  " : code < 100 ? " " : "";
+    m_text += std::to_string(code);
+    m_text += '\n';
+    m_text += value;
+    m_text += '\n';
+    if (m_file && m_text.size() >= kChunk) flush();
   }
   void integer(int code, long long value) { text(code, std::to_string(value)); }
   void number(int code, double value) {
@@ -48,8 +57,18 @@ class Writer {
     integer(70, flags);
   }
 
+  // Hands the buffer to the file; a failed write leaves the stream's error set, which
+  // the caller (gvk::replace_file) checks.
+  void flush() {
+    if (m_file && !m_text.empty()) std::fwrite(m_text.data(), 1, m_text.size(), m_file);
+    if (m_file) m_text.clear();
+  }
+  std::string& text() { return m_text; }
+
  private:
-  std::ostream& m_out;
+  static constexpr std::size_t kChunk = 64 * 1024;
+  std::FILE* m_file;
+  std::string m_text;
 };
 
 bool finite_all(const std::vector<double>& values) {
@@ -73,7 +92,7 @@ void write_header(Writer& w, const Drawing& d) {
   w.text(0, "SECTION");
   w.text(2, "HEADER");
   w.text(9, "$ACADVER");
-  w.text(1, "AC1009");
+  w.text(1, kWrittenVersion);
   w.text(9, "$INSUNITS");
   w.integer(70, insunits_of(d.unit));
   if (d.unit >= 0 && d.unit < 8) {
@@ -228,8 +247,9 @@ std::string unwritable(const Drawing& d) {
   return "";
 }
 
-void write_drawing(std::ostream& out, const Drawing& d) {
-  Writer w(out);
+namespace {
+
+void write(Writer& w, const Drawing& d) {
   write_header(w, d);
   std::vector<std::string> layers{"0"};
   std::set<std::string> seen{"0"};
@@ -263,10 +283,18 @@ void write_drawing(std::ostream& out, const Drawing& d) {
   w.text(0, "EOF");
 }
 
+}  // namespace
+
+void write_drawing(std::FILE* file, const Drawing& drawing) {
+  Writer w(file);
+  write(w, drawing);
+  w.flush();
+}
+
 std::string drawing_text(const Drawing& drawing) {
-  std::ostringstream out;
-  write_drawing(out, drawing);
-  return out.str();
+  Writer w(nullptr);
+  write(w, drawing);
+  return std::move(w.text());
 }
 
 }  // namespace gvk_dxf

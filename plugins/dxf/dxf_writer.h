@@ -20,7 +20,7 @@
 
 #include "dxf_drawing.h"
 
-#include <ostream>
+#include <cstdio>
 #include <string>
 
 namespace gvk_dxf {
@@ -30,13 +30,16 @@ namespace gvk_dxf {
 // an element whose x and y lists differ in length, an element kind without a name.
 std::string unwritable(const Drawing& drawing);
 
-// Writes `drawing`, which unwritable() accepts, to `out`.
-void write_drawing(std::ostream& out, const Drawing& drawing);
+// Writes `drawing`, which unwritable() accepts, to `file`; a failed write leaves the
+// stream's error indicator set. drawing_text gives the same text as a string.
+void write_drawing(std::FILE* file, const Drawing& drawing);
 std::string drawing_text(const Drawing& drawing);
 
 // The layer elements of `kind` are written on.
 std::string kind_layer(std::int32_t kind);
 constexpr const char* kBreakLineLayer = "BreakLine";
+// The $ACADVER the writer states.
+constexpr const char* kWrittenVersion = "AC1009";
 
 }  // namespace gvk_dxf
 

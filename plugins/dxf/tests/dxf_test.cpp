@@ -12,9 +12,11 @@
 #include <gravok/gravok.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <limits>
@@ -794,7 +796,7 @@ TEST(DxfStore, WritesWhatReadsBackBitForBitWithKinds) {
     const std::string path = temp_path("roundtrip.dxf");
     gvk_dxf::DxfStore store(path);
     store.copyAllFrom(source);
-    EXPECT_TRUE(store.losses().empty()) << store.losses().front();
+    EXPECT_TRUE(store.losses().empty()) << store.losses().front().what;
     gvk_dxf::DxfSource back(path);
     ASSERT_TRUE(back.load()) << back.error();
     EXPECT_TRUE(back.warnings().empty()) << back.warnings().front();
@@ -827,38 +829,78 @@ TEST(DxfStore, WritesWhatReadsBackBitForBitWithKinds) {
 }
 
 TEST(DxfStore, DeclaresWhatDxfCannotHold) {
-  Problem p = random_problem(7);
   struct Row {
     const char* what;
     std::function<void(gvk_dxf::DxfStore&)> set;
-    const char* loss;
+    std::vector<gvk::StoreLoss> losses;  // all the store declares afterwards
   };
   gravok_grading_element tagged;
   gvk::initge(tagged);
   tagged.attributes[3] = 1;
+  gravok_grading_element slot;
+  gvk::initge(slot);
+  slot.location[2] = 7;  // a low point's slot 2 and a bounded point's are no coordinates
+  gvk::DataSource::ComplexElementData complex;
+  complex.int_lists = {{1}};
+  const gvk::DataSource defaults;
   const Row rows[] = {
-      {"a slope", [](gvk_dxf::DxfStore& s) { s.set_max_slope(0.5); },
-       "the setting max slope"},
-      {"objectives", [](gvk_dxf::DxfStore& s) { s.set_objectives({gravok_objective{}}); },
-       "the setting objectives"},
-      {"attribute bytes", [&](gvk_dxf::DxfStore& s) { s.set_low_points({tagged}); },
-       "1 LowPoint element records: their attribute bytes"},
-      {"drain lines without vertices",
-       [&](gvk_dxf::DxfStore& s) { s.set_drain_lines({tagged}); },
-       "1 DrainLine elements arrived without vertices"},
-      {"an unused vertex",
-       [](gvk_dxf::DxfStore& s) {
-         s.set_eg_data({0, 1, 0, 5}, {0, 0, 1, 5}, {0, 0, 0, 5}, {{0, 1, 2}}, {});
+      {"default settings and the version it writes",
+       [&](gvk_dxf::DxfStore& s) {
+         s.set_max_slope(defaults.get_max_slope());
+         s.set_mesh_metric(defaults.get_mesh_metric());
+         s.set_max_iteration_count(defaults.get_max_iteration_count());
+         s.set_fix_boundary(defaults.fix_boundary());
+         s.set_hostcad_version("DXF AC1009");
+         s.set_units(gvk::Known<1>(2), gvk::Known<2>(2), gvk::Known<3>(2));
        },
-       "1 mesh vertices that no triangle uses"},
-      {"a repeated vertex",
+       {}},
+      {"settings and objectives",
        [](gvk_dxf::DxfStore& s) {
-         s.set_eg_data({0, 1, 0, 1}, {0, 0, 1, 0}, {0, 0, 0, 0}, {{0, 1, 2}, {3, 2, 0}},
-                       {});
+         s.set_max_slope(0.5);
+         s.set_min_slopes({0.1, 0.2});
+         s.set_objectives({gravok_objective{}});
+         s.set_max_slope(0.7);
        },
-       "1 mesh vertices that repeat another's coordinates"},
-      {"the host version", [](gvk_dxf::DxfStore& s) { s.set_hostcad_version("CAD 1"); },
-       "the host version text"},
+       {{"settings (max slope)", 1}, {"settings (min slopes)", 2}, {"objectives", 1}}},
+      {"a setter that restores the default takes its loss back",
+       [&](gvk_dxf::DxfStore& s) {
+         s.set_epsilon(1e-3);
+         s.set_epsilon(defaults.get_epsilon());
+       },
+       {}},
+      {"element bytes, slots and missing vertices",
+       [&](gvk_dxf::DxfStore& s) {
+         s.set_low_points({tagged, slot});
+         s.set_bounded_points({slot});
+         s.set_drain_lines({tagged, tagged});
+         s.set_transferred_grading_elements(BendLine, {slot, slot}, {{1, 2}, {}},
+                                            {{1, 2}, {}}, complex);
+       },
+       {{"LowPoint element records (attribute bytes)", 1},
+        {"LowPoint element records (location slots that are no coordinates)", 1},
+        {"BoundedPoint element records (location slots that are no coordinates)", 1},
+        {"DrainLine element records (attribute bytes)", 2},
+        {"DrainLine elements without vertices (not written)", 2},
+        {"BendLine element records (location slots that are no coordinates)", 2},
+        {"BendLine elements without vertices (not written)", 1},
+        {"BendLine elements (complex-element data)", 2}}},
+      {"an unused and a repeated vertex, triangle records",
+       [](gvk_dxf::DxfStore& s) {
+         gravok_triangle_info info{};
+         std::memset(&info, 1, 1);
+         s.set_eg_data({0, 1, 0, 1, 5}, {0, 0, 1, 0, 5}, {0, 0, 0, 0, 5},
+                       {{0, 1, 2}, {3, 2, 0}}, {info, {}});
+       },
+       {{"triangle records", 1},
+        {"mesh vertices that no triangle uses", 1},
+        {"mesh vertices that repeat another's coordinates (read back as one)", 1}}},
+      {"units and a host version",
+       [](gvk_dxf::DxfStore& s) {
+         s.set_units(gvk::Known<1>(8), gvk::Known<2>(8), gvk::Known<3>(8));
+         s.set_hostcad_version("CAD 1");
+         s.set_units(gvk::Known<1>(2), gvk::Known<2>(1), gvk::Known<3>(2));
+       },
+       {{"units DXF cannot state", 1}, {"host version", 1}}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
@@ -866,9 +908,12 @@ TEST(DxfStore, DeclaresWhatDxfCannotHold) {
     gvk_dxf::DxfStore store(path);
     row.set(store);
     store.save();
-    std::string all;
-    for (const std::string& l : store.losses()) all += l + "\n";
-    EXPECT_NE(all.find(row.loss), std::string::npos) << all;
+    const std::vector<gvk::StoreLoss> losses = store.losses();
+    ASSERT_EQ(losses.size(), row.losses.size());
+    for (std::size_t i = 0; i < losses.size(); ++i) {
+      EXPECT_EQ(losses[i].what, row.losses[i].what);
+      EXPECT_EQ(losses[i].count, row.losses[i].count) << losses[i].what;
+    }
     std::remove(path.c_str());
   }
 }
@@ -940,36 +985,65 @@ TEST(DxfStore, ReportsTheSystemsReasonWhenTheFileCannotBeWritten) {
 // ---------------------------------------------------------------------------------
 // Providers and the module.
 
-TEST(DxfProviders, OpenDxfAndLeaveOtherFilesToOthers) {
+TEST(DxfProviders, OpenDxfSayWhyNotAndLeaveOtherFilesToOthers) {
   const std::string dxf = temp_path("site.dxf"), other = temp_path("other.dxf"),
-                    fresh = temp_path("fresh.dxf");
+                    fresh = temp_path("fresh.dxf"), bad = temp_path("bad.dxf"),
+                    folder = temp_path("folder.dxf");
   std::ofstream(dxf) << drawing(face("EG", kA, kB, kC, kD) +
                                 lwpolyline("EDGE", {kA, kB}));
   std::ofstream(other) << "this is a text file\n";
+  std::ofstream(bad) << "  0\nSECTION\n  2\nENTITIES\n  0\nPOINT\n  8\nX\n 10\nnan\n";
   std::remove(fresh.c_str());
+  std::filesystem::create_directory(folder);
   gvk_dxf::SourceProvider source;
   gvk_dxf::StoreProvider store;
   struct Row {
     std::string location;
-    bool read, write;
+    bool read, write;  // canHandle of the source and of the store provider
+    // Through the registry: what a source and a "dxf:" store report; "" opens.
+    std::string source_reason, store_reason;
   };
+  const std::string not_dxf =
+      ": not a DXF file: it does not start with the pairs 0/SECTION";
   const Row rows[] = {
-      {dxf, true, true},     {"dxf:" + dxf, true, true},
-      {other, false, false}, {"dxf:" + other, true, true},
-      {fresh, false, true},  {temp_path("site.json"), false, false},
+      {dxf, true, true, "", ""},
+      {"dxf:" + dxf, true, true, "", ""},
+      {other, false, false, "", other + not_dxf + "; it is left as it is"},
+      {"dxf:" + other, true, true, other + not_dxf,
+       other + not_dxf + "; it is left as it is"},
+      {fresh, true, true, fresh + ": cannot be read: " + std::strerror(ENOENT), ""},
+      {folder, true, false, folder + ": cannot be read: " + std::strerror(EISDIR), ""},
+      {bad, true, true, bad + ":9: group 10 of POINT: expected a finite number", ""},
+      {temp_path("site.json"), false, false, "", ""},
   };
+  ASSERT_EQ(gvk_dxf::register_providers(), 2);
   for (const Row& row : rows) {
     SCOPED_TRACE(row.location);
     EXPECT_EQ(source.canHandle(row.location), row.read);
     EXPECT_EQ(store.canHandle(row.location), row.write);
+    std::vector<std::string> reasons;
+    const bool opened = gvk::createDataSource(row.location, reasons) != nullptr;
+    EXPECT_EQ(opened, row.read && row.source_reason.empty());
+    EXPECT_EQ(reasons.size(), row.source_reason.empty() ? 0u : 1u);
+    if (!reasons.empty()) {
+      EXPECT_EQ(reasons[0].rfind(row.source_reason, 0), 0u) << reasons[0];
+    }
+    const std::string target =
+        row.location.rfind("dxf:", 0) == 0 ? row.location : "dxf:" + row.location;
+    EXPECT_EQ(gvk::createDataStore(target, reasons) != nullptr, row.store_reason.empty());
+    EXPECT_EQ(reasons, row.store_reason.empty()
+                           ? std::vector<std::string>{}
+                           : std::vector<std::string>{row.store_reason});
   }
-  EXPECT_EQ(source.createDataSource("dxf:" + other), nullptr);
+  EXPECT_EQ(gvk_dxf::unregister_providers(), 2);
+  EXPECT_FALSE(std::filesystem::exists(fresh)) << "opening a store writes nothing";
   // A layer named by the location holds break lines.
   auto opened = source.createDataSource(dxf + "?breaklines=EDGE");
   ASSERT_NE(opened, nullptr);
   std::vector<gravok_line_3d> lines;
   opened->get_break_lines(lines);
   EXPECT_EQ(lines.size(), 1u);
+  std::filesystem::remove(folder);
 }
 
 }  // namespace

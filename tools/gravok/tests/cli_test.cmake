@@ -135,13 +135,15 @@ if(LANDXML_PLUGIN)
          volume ${civil} ${civil} --top-surface D --plugin ${LANDXML_PLUGIN})
 endif()
 
-# A drawing of AutoCAD through the DXF plug-in module: inspected, copied to DXF and
-# plotted; a problem with a NaN elevation is refused, and nothing is written.
+# A drawing of AutoCAD through the DXF plug-in module: inspected, copied to DXF with
+# nothing to drop and plotted; a problem with a NaN elevation is refused, and nothing is
+# written; what DXF cannot hold is listed, and fails --strict; volumes between the two
+# surfaces of a drawing.
 if(DXF_PLUGIN)
   set(drawing ${DATA_DIR}/dxf/ezdxf_polylines_r12.dxf)
   expect(0 "host: DXF AC1009.*mesh: 4 vertices, 2 triangles.*break lines: 85.*0 findings"
          inspect "dxf:${drawing}?breaklines=T-2DPLINE-ALL" --plugin ${DXF_PLUGIN})
-  expect(0 "" copy "dxf:${drawing}?breaklines=T-2DPLINE-ALL" ${d}/copy.dxf
+  expect(0 "^$" copy --strict "dxf:${drawing}?breaklines=T-2DPLINE-ALL" ${d}/copy.dxf
          --plugin ${DXF_PLUGIN})
   expect(0 "mesh: 4 vertices, 2 triangles.*break lines: 85" inspect ${d}/copy.dxf
          --plugin ${DXF_PLUGIN})
@@ -153,6 +155,27 @@ if(DXF_PLUGIN)
   if(EXISTS ${d}/nan.dxf)
     set(failures "${failures}\nnan.dxf was written")
   endif()
+  set(dropped "dropped 1 objectives\n.*dropped 2 settings \\(max slopes\\)")
+  expect(0 "example.dxf: ${dropped}" copy ${d}/example.json ${d}/example.dxf
+         --plugin ${DXF_PLUGIN})
+  expect(1 "${dropped}" copy --strict ${d}/example.json ${d}/example.dxf
+         --plugin ${DXF_PLUGIN})
+  expect(2 "^gravok: [^\n]*missing.dxf: cannot be read: No such file or directory\n$"
+         inspect ${d}/missing.dxf --plugin ${DXF_PLUGIN})
+  expect(2 "square.node: not a DXF file" inspect dxf:${d}/square.node
+         --plugin ${DXF_PLUGIN})
+  # Two surfaces of one drawing in metres, each a unit square of one quadrilateral:
+  # EG flat, FG raised at its third corner. Split along the diagonal from the first
+  # corner to the third, FG lies 1/3 m³ above EG (the other diagonal would give 1/6).
+  set(pairs 0 SECTION 2 HEADER 9 $INSUNITS 70 6 0 ENDSEC 0 SECTION 2 ENTITIES
+      0 3DFACE 8 EG 10 0 20 0 30 0 11 1 21 0 31 0 12 1 22 1 32 0 13 0 23 1 33 0
+      0 3DFACE 8 FG 10 0 20 0 30 0 11 1 21 0 31 0 12 1 22 1 32 1 13 0 23 1 33 0
+      0 ENDSEC 0 EOF)
+  string(JOIN "\n" two_surfaces ${pairs})
+  file(WRITE ${d}/two.dxf "${two_surfaces}\n")
+  expect(0 "surface \"EG\".*surface \"FG\".*compared area 1\\.000 m.*net +0\\.333 m"
+         volume ${d}/two.dxf ${d}/two.dxf --base-surface EG --top-surface FG
+         --plugin ${DXF_PLUGIN})
 endif()
 
 # Failures reach the user: one line "gravok: cannot write PATH: REASON", a non-zero
