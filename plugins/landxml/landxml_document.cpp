@@ -409,12 +409,24 @@ bool read_surface(Context& context, const pugi::xml_node& node, Document& docume
   }
   Surface surface;
   surface.name = node.attribute("name").value();
+  surface.desc = node.attribute("desc").value();
   if (!read_definition(context, definition, surface)) return false;
   if (const pugi::xml_node source = child(node, "SourceData")) {
     if (!read_source_data(context, source, surface)) return false;
   }
   document.surfaces.push_back(std::move(surface));
   return true;
+}
+
+void read_coordinate_system(const pugi::xml_node& node, Document& document) {
+  gvk::CoordinateSystem& c = document.coordinate_system;
+  c.name = node.attribute("name").value();
+  c.description = node.attribute("desc").value();
+  c.epsg_code = node.attribute("epsgCode").value();
+  c.wkt = node.attribute("ogcWktCode").value();
+  c.horizontal_name = node.attribute("horizontalCoordinateSystemName").value();
+  c.horizontal_datum = node.attribute("horizontalDatum").value();
+  c.vertical_datum = node.attribute("verticalDatum").value();
 }
 
 void read_units(Context& context, const pugi::xml_node& units, Units& out) {
@@ -461,9 +473,12 @@ bool parse_document(std::vector<char>& text, const std::string& where, Document&
   for (pugi::xml_node node = root.first_child(); node; node = node.next_sibling()) {
     if (is(node, "Units")) read_units(context, node, document.units);
     if (is(node, "Application")) {
-      document.application = std::string(node.attribute("name").value()) + " " +
-                             node.attribute("version").value();
+      document.application_name = node.attribute("name").value();
+      document.application_version = node.attribute("version").value();
+      document.application =
+          document.application_name + " " + document.application_version;
     }
+    if (is(node, "CoordinateSystem")) read_coordinate_system(node, document);
     if (!is(node, "Surfaces")) continue;
     for (pugi::xml_node s = node.first_child(); s; s = s.next_sibling()) {
       if (is(s, "Surface") && !read_surface(context, s, document)) return false;

@@ -18,6 +18,7 @@
 #define GRAVOK_LANDXML_DOCUMENT_H
 
 #include <gravok/records.h>
+#include <gravok/surfaces.h>
 #include <gravok/units.h>
 
 #include <cstddef>
@@ -31,6 +32,7 @@ namespace gvk_landxml {
 // surface's break lines as segments and its outer boundaries as closed polygons.
 struct Surface {
   std::string name;
+  std::string desc;  // the <Surface>'s desc, "" when it has none
   std::vector<double> x, y, z;
   std::vector<gvk::Triangle> triangles;
   std::size_t invisible_faces = 0;  // <F i="1"> entries left out of `triangles`
@@ -58,6 +60,13 @@ struct Units {
 struct Document {
   Units units;
   std::string application;  // "<name> <version>" of <Application>, or ""
+  // The <Application>'s name and version as the file gives them; the store writes
+  // them when it has them, its own name otherwise.
+  std::string application_name, application_version;
+  // The attributes of <CoordinateSystem> this code knows (name, desc, epsgCode,
+  // ogcWktCode, horizontalCoordinateSystemName, horizontalDatum, verticalDatum); the
+  // others are neither read nor written.
+  gvk::CoordinateSystem coordinate_system;
   std::vector<Surface> surfaces;
   std::vector<Feature> points;    // written only; the reader leaves it empty
   std::vector<Feature> features;  // written only; the reader leaves it empty

@@ -106,4 +106,15 @@ void LandXmlSource::get_trizone_polygons(std::vector<gravok_grading_element>& el
 
 std::string LandXmlSource::get_hostcad_version() const { return m_document.application; }
 
+void LandXmlSource::get_description(gvk::ProblemDescription& description) const {
+  description = gvk::ProblemDescription();
+  description.coordinate_system = m_document.coordinate_system;
+  description.application_name = m_document.application_name;
+  description.application_version = m_document.application_version;
+  for (std::size_t i = 0; i < m_document.surfaces.size(); ++i) {
+    const std::string& desc = m_document.surfaces[i].desc;
+    if (!desc.empty()) description.surface_descriptions[i] = desc;
+  }
+}
+
 }  // namespace gvk_landxml

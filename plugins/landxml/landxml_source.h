@@ -13,6 +13,7 @@
 #include "landxml_document.h"
 
 #include <gravok/data_source.h>
+#include <gravok/surfaces.h>
 
 #include <array>
 #include <string>
@@ -20,7 +21,7 @@
 
 namespace gvk_landxml {
 
-class LandXmlSource : public gvk::DataSource {
+class LandXmlSource : public gvk::DataSource, public gvk::DescribedSource {
  public:
   // A source for the file at `path`; nothing is read before load().
   explicit LandXmlSource(std::string path);
@@ -73,6 +74,10 @@ class LandXmlSource : public gvk::DataSource {
 
   // "<name> <version>" of the file's <Application>, or "".
   std::string get_hostcad_version() const override;
+
+  // The file's <CoordinateSystem> (see Document), the name and version of its
+  // <Application>, and the desc of each surface that has one, by surface id.
+  void get_description(gvk::ProblemDescription& description) const override;
 
  private:
   const Surface* current() const;

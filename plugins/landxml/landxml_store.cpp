@@ -74,11 +74,17 @@ void add_kind(std::int32_t kind, const std::vector<gravok_grading_element>& reco
 LandXmlStore::LandXmlStore(std::string path) : m_path(std::move(path)) {
   m_document.surfaces.resize(1);
   m_document.surfaces[0].name = "Existing ground";
+  m_surface_ids = {0};
 }
 
 void LandXmlStore::save() const {
   m_document.points.clear();
   m_document.features.clear();
+  for (std::size_t i = 0; i < m_document.surfaces.size(); ++i) {
+    const auto found = m_surface_descriptions.find(m_surface_ids[i]);
+    m_document.surfaces[i].desc =
+        found == m_surface_descriptions.end() ? std::string() : found->second;
+  }
   for (const auto& [kind, data] : m_kinds) {
     add_kind(kind, data.records, data.xs, data.ys, m_document);
   }
@@ -206,9 +212,53 @@ void LandXmlStore::set_transferred_grading_elements(
 }
 
 void LandXmlStore::set_hostcad_version(const std::string& version) {
-  m_losses.set("host version (written as the application's desc, not read back)",
-               !version.empty());
+  m_host_version = version;
   m_document.application = version;
+  count_host_version();
+}
+
+// Reading the file back gives "<name> <version>" of the <Application> as the host
+// version.
+void LandXmlStore::count_host_version() {
+  const std::string read_back =
+      m_document.application_name.empty()
+          ? std::string(kApplication) + " "
+          : m_document.application_name + " " + m_document.application_version;
+  m_losses.set("host version (written as the application's desc, not read back)",
+               !m_host_version.empty() && m_host_version != read_back);
+}
+
+void LandXmlStore::set_description(const gvk::ProblemDescription& description) {
+  m_document.coordinate_system = description.coordinate_system;
+  m_document.application_name = description.application_name;
+  m_document.application_version = description.application_version;
+  m_surface_descriptions = description.surface_descriptions;
+  count_host_version();
+}
+
+void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
+  if (surfaces.empty()) return;
+  m_document.surfaces.clear();
+  m_surface_ids.clear();
+  unsigned long long records = 0, empty = 0;
+  const gravok_triangle_info zero{};
+  for (const gvk::Surface& given : surfaces) {
+    empty += given.mesh.x.empty() && given.mesh.triangles.empty();
+    Surface s;
+    s.name = given.name;
+    s.x = given.mesh.x;
+    s.y = given.mesh.y;
+    s.z = given.mesh.z;
+    s.triangles = given.mesh.triangles;
+    s.break_lines = given.break_lines;
+    for (const gravok_triangle_info& info : given.mesh.triangle_info) {
+      records += std::memcmp(&info, &zero, sizeof zero) != 0;
+    }
+    m_document.surfaces.push_back(std::move(s));
+    m_surface_ids.push_back(given.id);
+  }
+  m_losses.set("triangle records", records);
+  m_losses.set("surfaces without points (not written)", empty);
 }
 
 void LandXmlStore::get_linear_unit(gvk::Unit<1>& unit) const {

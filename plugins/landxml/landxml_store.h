@@ -1,7 +1,8 @@
 // A store that writes a grading problem as a LandXML 1.2 document that design software
 // imports: the existing ground as a TIN surface "Existing ground" with its break
-// lines, the grading elements as points and plan features named by kind, the units,
-// and the host version.
+// lines (or every surface the complete transfer hands it, each with its name and
+// description), the grading elements as points and plan features named by kind, the
+// units, the coordinate system, the application and the host version.
 //
 // The store's origin is (0, 0, 0), so a transfer (copyFrom, copyAllFrom) hands it
 // absolute coordinates, which it writes as they come: northing before easting, in the
@@ -18,6 +19,7 @@
 
 #include <gravok/data_store.h>
 #include <gravok/store_losses.h>
+#include <gravok/surfaces.h>
 
 #include <map>
 #include <string>
@@ -25,7 +27,10 @@
 
 namespace gvk_landxml {
 
-class LandXmlStore : public gvk::DataStore, public gvk::DeclaresLosses {
+class LandXmlStore : public gvk::DataStore,
+                     public gvk::DeclaresLosses,
+                     public gvk::DescribedStore,
+                     public gvk::SurfaceStore {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit LandXmlStore(std::string path);
@@ -102,6 +107,20 @@ class LandXmlStore : public gvk::DataStore, public gvk::DeclaresLosses {
   // Written as the desc of the document's <Application>.
   void set_hostcad_version(const std::string& version) override;
 
+  // The coordinate system is written as <CoordinateSystem> (the attributes name, desc,
+  // epsgCode, ogcWktCode, horizontalCoordinateSystemName, horizontalDatum and
+  // verticalDatum, each when not empty); the application's name and version as the
+  // <Application>'s, in place of this plug-in's name; each surface description as
+  // the desc of the surface with that id, when one is written.
+  void set_description(const gvk::ProblemDescription& description) override;
+  // Every surface is written as a <Surface> of its own, in the order given, with its
+  // name, break lines, points and faces; they replace what set_eg_data and
+  // set_break_lines gave (the first surface until then, "Existing ground"). LandXML
+  // has no surface ids: reading the file back numbers the surfaces 0, 1, 2, ... A
+  // surface without points or triangles is not written (declared lost). An empty list
+  // changes nothing.
+  void set_surfaces(const std::vector<gvk::Surface>& surfaces) override;
+
   // What the store received that reading its file back does not give: objectives,
   // settings that differ from the defaults, triangle records that are not all zero
   // bytes, units LandXML cannot name, the host version, and the grading elements of
@@ -126,11 +145,16 @@ class LandXmlStore : public gvk::DataStore, public gvk::DeclaresLosses {
   };
   // Keeps the elements of one kind, replacing earlier ones, and counts them lost.
   void keep_kind(std::int32_t kind, Kind data);
+  // Declares the host version lost unless reading the file back gives it.
+  void count_host_version();
   std::string m_path;
   // One surface, the units and the host version; save() rebuilds its points and
   // features from m_kinds each time it writes.
   mutable Document m_document;
   std::map<std::int32_t, Kind> m_kinds;
+  std::vector<unsigned long long> m_surface_ids;  // of m_document.surfaces, in order
+  std::map<unsigned long long, std::string> m_surface_descriptions;
+  std::string m_host_version;
   gvk::LossTally m_losses;
 };
 

@@ -15,6 +15,7 @@
 #include <ctime>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace gvk_landxml {
@@ -274,9 +275,30 @@ void write_break_lines(Output& out, const std::vector<gravok_line_3d>& all) {
   out.text("</PntList3D></Breakline>\n        </Breaklines>\n      </SourceData>\n");
 }
 
+// <CoordinateSystem> with the attributes that are known; nothing when none is.
+void write_coordinate_system(Output& out, const gvk::CoordinateSystem& c) {
+  const std::pair<const char*, const std::string*> attributes[] = {
+      {"name", &c.name},
+      {"desc", &c.description},
+      {"epsgCode", &c.epsg_code},
+      {"ogcWktCode", &c.wkt},
+      {"horizontalDatum", &c.horizontal_datum},
+      {"verticalDatum", &c.vertical_datum},
+      {"horizontalCoordinateSystemName", &c.horizontal_name}};
+  bool any = false;
+  for (const auto& [name, value] : attributes) any = any || !value->empty();
+  if (!any) return;
+  out.text("  <CoordinateSystem");
+  for (const auto& [name, value] : attributes) {
+    if (!value->empty()) put_attribute(out, name, *value);
+  }
+  out.text("/>\n");
+}
+
 void write_surface(Output& out, const Surface& surface) {
   out.text("    <Surface");
   put_attribute(out, "name", surface.name);
+  if (!surface.desc.empty()) put_attribute(out, "desc", surface.desc);
   out.text(">\n");
   write_break_lines(out, surface.break_lines);
   out.text("      <Definition surfType=\"TIN\">\n        <Pnts>\n");
@@ -317,8 +339,15 @@ void write(Output& out, const Document& document, const std::string& application
   put_attribute(out, "time", utc_now("%H:%M:%S"));
   out.text(">\n");
   write_units(out, document.units);
+  write_coordinate_system(out, document.coordinate_system);
   out.text("  <Application");
-  put_attribute(out, "name", application);
+  if (document.application_name.empty()) {
+    put_attribute(out, "name", application);
+  } else {
+    put_attribute(out, "name", document.application_name);
+    if (!document.application_version.empty())
+      put_attribute(out, "version", document.application_version);
+  }
   if (!document.application.empty()) put_attribute(out, "desc", document.application);
   out.text("/>\n");
   write_points(out, document.points);

@@ -9,6 +9,7 @@
 #include "json_store.h"
 #include "mesh_files.h"
 #include "plot.h"
+#include "surface_choice.h"
 
 #include <gravok/element_types.h>
 #include <gravok/log.h>
@@ -189,6 +190,10 @@ int inspect(const Options& o) {
 int copy(const Options& o) {
   std::unique_ptr<gvk::DataSource> source = open_source(o.location);
   if (!source) return kUsage;
+  if (!o.surface.empty()) {
+    source = one_surface(*source, o.location, o.surface);
+    if (!source) return kUsage;
+  }
   std::unique_ptr<gvk::DataStore> store = open_store(o.target);
   if (!store) return kUsage;
   Progress progress;

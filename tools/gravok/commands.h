@@ -34,6 +34,7 @@ struct Options {
   bool json = false;
   bool records_only = false;
   bool strict = false;  // copy: exit 1 when the store dropped anything
+  std::string surface;  // copy: the one surface to copy, by name or id
 };
 
 // `text` as a JSON string literal.

@@ -291,6 +291,23 @@ std::vector<Finding> inspect_problem(const Problem& problem, double tolerance) {
   return checker.findings;
 }
 
+// The coordinate system and the writing application, where the problem names them.
+void summarise_description(std::ostream& out, const gvk::ProblemDescription& d) {
+  const gvk::CoordinateSystem& c = d.coordinate_system;
+  std::string system;
+  for (const std::string& part :
+       {c.epsg_code.empty() ? c.epsg_code : "EPSG:" + c.epsg_code, c.name, c.description,
+        c.horizontal_name}) {
+    if (!part.empty()) system += (system.empty() ? "" : ", ") + part;
+  }
+  if (system.empty() && !c.wkt.empty()) system = "given as WKT";
+  if (!system.empty()) out << "coordinate system: " << system << "\n";
+  if (!d.application_name.empty()) {
+    out << "application: " << d.application_name
+        << (d.application_version.empty() ? "" : " " + d.application_version) << "\n";
+  }
+}
+
 std::string summarise_problem(const Problem& p) {
   std::ostringstream out;
   out.precision(15);
@@ -301,9 +318,20 @@ std::string summarise_problem(const Problem& p) {
       << ", volume " << unit(p.volume_unit) << "\n";
   out << "origin: " << p.xorig << ", " << p.yorig << ", " << p.zorig << "\n";
   if (!p.hostcad_version.empty()) out << "host: " << p.hostcad_version << "\n";
+  summarise_description(out, p.description);
   for (std::size_t i = 0; i < p.surface_ids.size(); ++i) {
-    out << "surface " << p.surface_ids[i] << ": "
-        << (i < p.surface_names.size() ? p.surface_names[i] : "") << "\n";
+    const unsigned long long id = p.surface_ids[i];
+    out << "surface " << id << ": "
+        << (i < p.surface_names.size() ? p.surface_names[i] : "");
+    for (const gvk::Surface& s : p.surfaces) {
+      if (s.id != id) continue;
+      out << " (" << s.mesh.x.size() << " vertices, " << s.mesh.triangles.size()
+          << " triangles)";
+      break;
+    }
+    const auto desc = p.description.surface_descriptions.find(id);
+    if (desc != p.description.surface_descriptions.end()) out << ": " << desc->second;
+    out << "\n";
   }
   out << "mesh: " << p.mesh.x.size() << " vertices, " << p.mesh.triangles.size()
       << " triangles";

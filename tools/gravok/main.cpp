@@ -97,6 +97,9 @@ int main(int argc, char** argv) {
   copy->add_option("store", o.target, "the location to write")->required();
   copy->add_flag("--records-only", o.records_only,
                  "move only what copyFrom moves (settings, mesh, element records)");
+  copy->add_option("--surface", o.surface,
+                   "copy only this surface of the source, by name or id (default: every "
+                   "surface)");
   copy->add_flag("--strict", o.strict,
                  "exit 1 when the store dropped anything (or cannot say what it drops)");
 

@@ -145,7 +145,8 @@ TEST(LandXmlStoreOutput, EveryFileTheStoreWritesValidatesAgainstTheSchema) {
     EXPECT_TRUE(back.load()) << back.error();
   }
   // Real files copied through the store.
-  for (const char* file : {"civil_example_clean.xml", "blender_topo_s2.xml"}) {
+  for (const char* file :
+       {"civil_example_clean.xml", "civil_sweref99_skyfall.xml", "blender_topo_s2.xml"}) {
     SCOPED_TRACE(file);
     LandXmlSource source(std::string(GRAVOK_LANDXML_DATA) + "/" + file);
     ASSERT_TRUE(source.load()) << source.error();

@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -465,6 +466,9 @@ TEST(LandXmlStore, RoundTripGivesTheSameSurfaceUnitsAndBreakLines) {
     source.select_surface(row.surface);
     const std::string path = temp_file("round_trip.xml");
     LandXmlSource back = round_trip(source, path);
+    // Every surface travels; the transfer leaves the first one selected.
+    source.select_surface(row.surface);
+    back.select_surface(row.surface);
     const Mesh a = absolute_mesh(source);
     const Mesh b = absolute_mesh(back);
     ASSERT_EQ(a.x.size(), b.x.size());
@@ -484,17 +488,55 @@ TEST(LandXmlStore, RoundTripGivesTheSameSurfaceUnitsAndBreakLines) {
     EXPECT_EQ(va.type, vb.type);
 
     // The text itself: ids from 1, northing first, as XPath sees it.
-    const std::string first = xpath(path, "string(//*[local-name()='P'][1])");
+    const std::string surface =
+        "//*[local-name()='Surface'][" + std::to_string(row.surface + 1) + "]";
+    const std::string first =
+        xpath(path, "string(" + surface + "//*[local-name()='P'][1])");
     if (!first.empty()) {
       std::istringstream numbers(first);
       double n = 0, e = 0;
       numbers >> n >> e;
       EXPECT_EQ(n, a.y[0]);
       EXPECT_EQ(e, a.x[0]);
-      EXPECT_EQ(xpath(path, "string(//*[local-name()='P'][1]/@id)"), "1");
-      EXPECT_EQ(std::stoul(xpath(path, "count(//*[local-name()='F'])")),
+      EXPECT_EQ(xpath(path, "string(" + surface + "//*[local-name()='P'][1]/@id)"), "1");
+      EXPECT_EQ(std::stoul(xpath(path, "count(" + surface + "//*[local-name()='F'])")),
                 a.triangles.size());
     }
+  }
+}
+
+TEST(LandXmlStore, CarriesEverySurfaceAndWhatDescribesTheFile) {
+  struct Row {
+    const char* file;
+    std::vector<std::string> surfaces;
+    const char* epsg_code;
+    std::map<unsigned long long, std::string> descriptions;
+  };
+  const Row rows[] = {
+      {"civil_example_clean.xml", {"A", "B", "C"}, "", {}},
+      {"civil_sweref99_skyfall.xml", {"Underlag skyfall"}, "3007", {{0, "Description"}}},
+      {"blender_topo_s2.xml",
+       {"00 - BLENDED_TOPO (FIRMATEK_COOPER_WEAVER_2024-03-13).001"},
+       "",
+       {{0, "Surface exported from blender on 2024-05-10 at 10:29:03"}}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.file);
+    LandXmlSource source(data_file(row.file));
+    ASSERT_TRUE(source.load()) << source.error();
+    gvk::Problem original;
+    gvk::snapshot(source, original);
+    EXPECT_EQ(original.surface_names, row.surfaces);
+    EXPECT_EQ(original.description.coordinate_system.epsg_code, row.epsg_code);
+    EXPECT_EQ(original.description.surface_descriptions, row.descriptions);
+    EXPECT_EQ(original.description.application_version, "2023");
+
+    LandXmlSource back = round_trip(source, temp_file("described.xml"));
+    gvk::Problem copied;
+    gvk::snapshot(back, copied);
+    const std::vector<std::string> differences = gvk::compare_problems(original, copied);
+    EXPECT_TRUE(differences.empty())
+        << differences.size() << " differences, first " << differences.front();
   }
 }
 

@@ -126,6 +126,38 @@ if(LANDXML_PLUGIN)
   expect(0 "" copy ${civil} ${d}/civil.json --plugin ${LANDXML_PLUGIN})
   expect(0 "origin: 0, 0, 0.*host: Autodesk Civil 3D 2023.*29 vertices" inspect ${d}/civil.json)
   expect(1 "differences" roundtrip landxml:${d}/lossy.xml --plugin ${LANDXML_PLUGIN})
+  # Every surface, and what describes the file, goes to JSON and back to LandXML; what
+  # the copy answers is then exactly what the original answers.
+  expect(0 "surface 0: A \\(29 vertices, 45 triangles\\)\nsurface 1: B \\(92 vertices.*surface 2: C"
+         inspect ${d}/civil.json)
+  set(skyfall ${DATA_DIR}/landxml/civil_sweref99_skyfall.xml)
+  foreach(file IN ITEMS ${civil} ${skyfall})
+    get_filename_component(stem ${file} NAME_WE)
+    expect(0 "" copy ${file} ${d}/${stem}.json --plugin ${LANDXML_PLUGIN})
+    expect(0 "" copy ${d}/${stem}.json ${d}/${stem}.back.xml --plugin ${LANDXML_PLUGIN})
+    expect(0 "" dump ${file} ${d}/${stem}.first.json --plugin ${LANDXML_PLUGIN})
+    expect(0 "" dump ${d}/${stem}.back.xml ${d}/${stem}.back.json --plugin ${LANDXML_PLUGIN})
+    execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${d}/${stem}.first.json
+                            ${d}/${stem}.back.json RESULT_VARIABLE differ)
+    if(differ)
+      set(failures "${failures}\n${stem}: LandXML -> JSON -> LandXML answers differently")
+    endif()
+  endforeach()
+  expect(0 "coordinate system: EPSG:3007, SWEREF 99 12 00, SWEREF-99-12-00\napplication: Autodesk Civil 3D 2023\nsurface 0: Underlag skyfall: Description\n"
+         inspect ${d}/civil_sweref99_skyfall.json)
+  file(READ ${d}/civil_sweref99_skyfall.back.xml back)
+  if(NOT back MATCHES "<CoordinateSystem [^>]*epsgCode=\"3007\"" OR
+     NOT back MATCHES "<Application name=\"Autodesk Civil 3D\" version=\"2023\"" OR
+     NOT back MATCHES "<Surface name=\"Underlag skyfall\" desc=\"Description\">")
+    set(failures "${failures}\nskyfall: coordinate system, application or description lost")
+  endif()
+  # One surface by name or id; an unknown one names those there are.
+  expect(0 "" copy ${civil} ${d}/b.json --surface B --plugin ${LANDXML_PLUGIN})
+  expect(0 "surface 1: B\nmesh: 92 vertices" inspect ${d}/b.json)
+  expect(0 "" copy ${civil} ${d}/c.xml --surface 2 --plugin ${LANDXML_PLUGIN})
+  expect(0 "surface 0: C\nmesh: 143 vertices" inspect ${d}/c.xml --plugin ${LANDXML_PLUGIN})
+  expect(2 "has no surface \"D\"; its surfaces: 0 \"A\", 1 \"B\", 2 \"C\""
+         copy ${civil} ${d}/d.json --surface D --plugin ${LANDXML_PLUGIN})
   # Its three surfaces lie side by side: nothing to compare between any two.
   expect(1 "surface \"A\".*surface \"C\".*do not overlap in plan"
          volume ${civil} ${civil} --base-surface A --top-surface 2 --plugin ${LANDXML_PLUGIN})
