@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -14,16 +15,31 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
 
+// A folder of this process's own, removed when the process ends: test programs of
+// other build trees on the same machine may run at the same time, and one's demo must
+// not remove another's files.
+struct ScratchFolder {
+  fs::path dir =
+      fs::temp_directory_path() /
+      ("gravok_plot_test_" +
+       std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
+  ~ScratchFolder() {
+    std::error_code ignored;
+    fs::remove_all(dir, ignored);
+  }
+};
+
 fs::path scratch(const std::string& name) {
-  const fs::path dir = fs::temp_directory_path() / "gravok_plot_test";
-  fs::create_directories(dir);
-  return dir / name;
+  static const ScratchFolder folder;
+  fs::create_directories(folder.dir);
+  return folder.dir / name;
 }
 
 std::string slurp(const fs::path& path) {
