@@ -75,6 +75,9 @@ LandXmlStore::LandXmlStore(std::string path) : m_path(std::move(path)) {
   m_document.surfaces.resize(1);
   m_document.surfaces[0].name = "Existing ground";
   m_surface_ids = {0};
+  // The store answers an empty host version until it is given one; the file it
+  // writes reads back the plug-in's name instead.
+  count_host_version();
 }
 
 void LandXmlStore::save() const {
@@ -225,7 +228,11 @@ void LandXmlStore::count_host_version() {
           ? std::string(kApplication) + " "
           : m_document.application_name + " " + m_document.application_version;
   m_losses.set("host version (written as the application's desc, not read back)",
-               !m_host_version.empty() && m_host_version != read_back);
+               m_host_version != read_back);
+  // Without an application of its own the file names the plug-in as its writer, which
+  // reading it back reports as the problem's application.
+  m_losses.set("descriptions (no application given: the file names this plug-in)",
+               m_document.application_name.empty());
 }
 
 void LandXmlStore::set_description(const gvk::ProblemDescription& description) {

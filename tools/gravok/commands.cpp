@@ -19,8 +19,10 @@
 #include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/store_losses.h>
+#include <gravok/surfaces.h>
 #include <gravok/text.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -124,21 +126,35 @@ bool read_location(const std::string& location, Progress& progress, Problem& pro
   return true;
 }
 
-// Lists on stderr what `store` says it dropped, one line per kind of thing. Returns
-// what copy exits with: 1 under --strict when anything was dropped, or when the store
-// cannot say what it drops; else 0.
-int declare_losses(const gvk::DataStore& store, const std::string& target, bool strict) {
+// How many of the source's surfaces a transfer leaves behind: all but the current one
+// when the store does not keep several (or copyFrom, which moves one mesh, ran).
+unsigned long long surfaces_left_behind(const gvk::DataSource& source,
+                                        const gvk::DataStore& store, bool records_only) {
+  if (!records_only && dynamic_cast<const gvk::SurfaceStore*>(&store)) return 0;
+  std::vector<unsigned long long> ids;
+  std::vector<std::string> names;
+  source.get_surfaces(ids, names);
+  const std::size_t listed = std::min(ids.size(), names.size());
+  return listed > 1 ? listed - 1 : 0;
+}
+
+// Lists on stderr what `store` says it dropped, and the surfaces the transfer left
+// behind, one line per kind of thing. Returns what copy exits with: 1 under --strict
+// when anything was dropped, or when the store cannot say what it drops; else 0.
+int declare_losses(const gvk::DataStore& store, const std::string& target, bool strict,
+                   unsigned long long surfaces_left) {
+  std::vector<gvk::StoreLoss> losses;
   const auto* declares = dynamic_cast<const gvk::DeclaresLosses*>(&store);
-  if (!declares) {
-    if (!strict) return kSuccess;
-    std::cerr << "gravok: " << target << ": the store does not say what it drops\n";
-    return kFailed;
-  }
-  const std::vector<gvk::StoreLoss> losses = declares->losses();
+  if (declares) losses = declares->losses();
+  if (surfaces_left)
+    losses.push_back(
+        {"surfaces besides the current one (the store keeps one)", surfaces_left});
   for (const gvk::StoreLoss& loss : losses)
     std::cerr << "gravok: " << target << ": dropped " << loss.count << " " << loss.what
               << "\n";
-  return strict && !losses.empty() ? kFailed : kSuccess;
+  if (!declares && strict)
+    std::cerr << "gravok: " << target << ": the store does not say what it drops\n";
+  return strict && (!declares || !losses.empty()) ? kFailed : kSuccess;
 }
 
 }  // namespace
@@ -206,7 +222,8 @@ int copy(const Options& o) {
       store->copyAllFrom(*source);
     }
   }
-  return declare_losses(*store, o.target, o.strict);
+  return declare_losses(*store, o.target, o.strict,
+                        surfaces_left_behind(*source, *store, o.records_only));
 }
 
 int dump(const Options& o) {

@@ -208,6 +208,8 @@ if(DXF_PLUGIN)
   expect(0 "surface \"EG\".*surface \"FG\".*compared area 1\\.000 m.*net +0\\.333 m"
          volume ${d}/two.dxf ${d}/two.dxf --base-surface EG --top-surface FG
          --plugin ${DXF_PLUGIN})
+  expect(1 "^gravok: cannot write ${d}/nodir/two.dxf: No such file or directory\n$"
+         copy ${d}/two.dxf ${d}/nodir/two.dxf --plugin ${DXF_PLUGIN})
 endif()
 
 # Failures reach the user: one line "gravok: cannot write PATH: REASON", a non-zero
