@@ -109,6 +109,8 @@ expect(0 "fill +15416\\.667 m.*Pond 1:\n  compared area 100\\.000 m.*fill +156\\
        volume ${d}/example.json ${d}/raised.json --by-element)
 expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \"fill\": 156\\.25"
        volume ${d}/example.json ${d}/raised.json --by-element --json)
+expect(0 "inside .*example.json, Pond 1\ncompared area 100\\.000 m.*fill +156\\.250 m"
+       volume ${d}/example.json ${d}/raised.json --boundary ${d}/example.json)
 
 # The cut/fill map; a mesh whose triangles have no area draws nothing and says so.
 expect(0 "cutfill.svg: 2 triangles drawn, cut 0.111111, fill 0.444444, net 0.333333"
