@@ -120,6 +120,13 @@ file(WRITE ${d}/line.node "3 2 1 0\n0 0 0 1\n1 1 1 1\n2 2 2 1\n")
 file(WRITE ${d}/line.ele "1 3 0\n0 0 1 2\n")
 expect(1 "the surface has 1 triangles, but none of any area in plan" plot ${d}/line.node -o ${d}/line.svg)
 
+# The demo at its smallest size, 4 cells a side; a size beyond the range is refused.
+expect(0 "build site: +34 vertices, 32 triangles.*clean mesh: +25 vertices, 32 triangles"
+       demo ${d}/tiny-demo --triangles 32)
+expect(0 "copy: .*site.json.*wrote:\n  [^\n]*site.json  [0-9]+ bytes\n$"
+       demo ${d}/site-only --triangles 200 --site-only)
+expect(2 "--triangles: Value 31 not in range 32 to 100000000" demo ${d}/no-demo --triangles 31)
+
 # A real surface from design software, through the LandXML plug-in module.
 if(LANDXML_PLUGIN)
   set(civil ${DATA_DIR}/landxml/civil_example_clean.xml)
