@@ -765,13 +765,16 @@ TEST(DxfStore, DeclaresWhatDxfCannotHold) {
        {{"triangle records", 1},
         {"mesh vertices that no triangle uses", 1},
         {"mesh vertices that repeat another's coordinates (read back as one)", 1}}},
-      {"units and a host version",
+      {"units, and an application's name as the host version",
        [](gvk_dxf::DxfStore& s) {
          s.set_units(gvk::Known<1>(8), gvk::Known<2>(8), gvk::Known<3>(8));
          s.set_hostcad_version("CAD 1");
          s.set_units(gvk::Known<1>(2), gvk::Known<2>(1), gvk::Known<3>(2));
        },
        {{"units DXF cannot state", 1}, {"host version", 1}}},
+      {"a drawing's own version is the file's, not the problem's",
+       [](gvk_dxf::DxfStore& s) { s.set_hostcad_version("DXF AC1032"); },
+       {}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
