@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -17,6 +18,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -389,6 +391,79 @@ TEST_F(PolyFileFuzz, BoundaryWalkMatchesTheMultimapOnRandomSegmentSets) {
     }
     compare(text);
   }
+  EXPECT_EQ(m_exits_checked, 0);
+}
+
+// Chains in which no vertex has more than two segment ends: closed and open chains,
+// several chains, a self-loop, a doubled segment, each segment in either direction
+// and the lines in any order, numbers dense or spread far apart.
+TEST_F(PolyFileFuzz, WalkOverVerticesOfAtMostTwoEndsMatchesTheMultimap) {
+  std::mt19937_64 rng(17);
+  for (int round = 0; round < 400 && !HasFailure(); ++round) {
+    const int count = 1 + static_cast<int>(rng() % 12);
+    std::vector<int> order(static_cast<std::size_t>(count));
+    for (int k = 0; k < count; ++k) order[static_cast<std::size_t>(k)] = k;
+    std::shuffle(order.begin(), order.end(), rng);
+    std::vector<std::pair<int, int>> segments;
+    const int split = count > 3 && rng() % 3 == 0 ? count / 2 : count;
+    auto chain = [&](int from, int to, bool closed) {
+      for (int k = from; k + 1 < to; ++k) segments.push_back({order[k], order[k + 1]});
+      if (closed && to - from > 1) segments.push_back({order[to - 1], order[from]});
+    };
+    const unsigned shape = static_cast<unsigned>(rng() % 4);
+    chain(0, split, shape != 1);
+    chain(split, count, shape != 2);
+    if (shape == 3 && count == 1) segments.push_back({order[0], order[0]});
+    if (shape == 3 && count == 2) segments.push_back({order[0], order[1]});
+    std::shuffle(segments.begin(), segments.end(), rng);
+    const int scale = round % 3 == 1 ? 1000003 : 1;
+    const int shift = round % 3 == 2 ? 5 : 0;
+    std::string text = "0\n" + std::to_string(segments.size()) + "\n";
+    for (std::size_t k = 0; k < segments.size(); ++k) {
+      int a = (segments[k].first - shift) * scale;
+      int b = (segments[k].second - shift) * scale;
+      if (rng() % 2 == 0) std::swap(a, b);
+      text +=
+          std::to_string(k) + " " + std::to_string(a) + " " + std::to_string(b) + " 0\n";
+    }
+    compare(text);
+  }
+  EXPECT_EQ(m_exits_checked, 0);
+}
+
+// Reals of 15 to 19 significant digits, where the nearest double takes more than
+// one division to find: random digit strings, decimals next to the midpoint between
+// two doubles, integers on a midpoint above 2^53 and values at powers of two.
+TEST_F(PolyFileFuzz, LongRealsRoundAsTheStreamRoundsThem) {
+  std::mt19937_64 rng(23);
+  std::vector<std::string> reals = {"9007199254740993",    "9007199254740995",
+                                    "18014398509481986",   "9007199254740993.0",
+                                    "4503599627370496.5",  "4503599627370497.5",
+                                    "9223372036854775808", "0.1000000000000000055511",
+                                    "1152921504606846976", "1152921504606846977"};
+  char text[64];
+  for (int k = 0; k < 3000; ++k) {
+    std::string digits;
+    const int length = 15 + static_cast<int>(rng() % 5);
+    for (int d = 0; d < length; ++d) digits += static_cast<char>('0' + rng() % 10);
+    digits.insert(rng() % static_cast<unsigned>(length + 1), 1, '.');
+    reals.push_back(digits);
+    const double a = std::ldexp(1.0 + static_cast<double>(rng() >> 11) * 0x1p-53,
+                                static_cast<int>(rng() % 100) - 40);
+    const long double middle =
+        (static_cast<long double>(a) + std::nextafter(a, 2 * a + 1)) / 2;
+    std::snprintf(text, sizeof text, "%.*Lf", static_cast<int>(rng() % 20), middle);
+    reals.push_back(text);
+    std::snprintf(text, sizeof text, "%.17g",
+                  std::ldexp(1.0, static_cast<int>(rng() % 120) - 60));
+    reals.push_back(text);
+  }
+  std::string file = std::to_string(reals.size()) + " 2 1 1\n";
+  for (std::size_t k = 0; k < reals.size(); ++k) {
+    const std::string& r = reals[k];
+    file += std::to_string(k) + " " + r + " -" + r + " " + r + " 0\n";
+  }
+  compare(file);
   EXPECT_EQ(m_exits_checked, 0);
 }
 

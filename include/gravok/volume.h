@@ -108,12 +108,13 @@ struct VolumeResult {
   /// volumes_by_region only: one entry per polygon, empty when the polygon was
   /// used, else why it was refused (that region's Earthwork is then all 0).
   std::vector<std::string> region_faults;
-  /// Plan area (within `total`'s region before any boundary) over which the base
-  /// mesh was found to overlap itself, counted once per extra layer. It is measured
-  /// per top triangle, as the area of the base pieces over it beyond its own area,
-  /// so it is exact where the base lies over whole top triangles and a lower bound
-  /// where a layered part reaches past the top's edge. 0 for a mesh without
-  /// overlapping triangles (within a relative 1e-9 per triangle).
+  /// Plan area over which the base mesh was found to overlap itself, counted once
+  /// per extra layer, before any boundary clips it; with a boundary, only the
+  /// triangles whose bounding boxes reach the boundary's are looked at. It is
+  /// measured per top triangle, as the area of the base pieces over it beyond its
+  /// own area, so it is exact where the base lies over whole top triangles and a
+  /// lower bound where a layered part reaches past the top's edge. 0 for a mesh
+  /// without overlapping triangles (within a relative 1e-9 per triangle).
   double base_layered_area = 0.0;
   /// The same for the top mesh, measured per base triangle.
   double top_layered_area = 0.0;

@@ -3,6 +3,7 @@
 #ifndef GRAVOK_SRC_IO_BOUNDARY_WALK_H
 #define GRAVOK_SRC_IO_BOUNDARY_WALK_H
 
+#include <cstddef>
 #include <limits>
 #include <vector>
 
@@ -10,6 +11,9 @@ namespace gvk {
 
 class SegmentTable {
  public:
+  // Makes room for `segments` segments, as a hint.
+  void reserve(std::size_t segments);
+
   // Stores the segment, which stands for the entries a -> b and then b -> a.
   void add(int a, int b);
 

@@ -1,8 +1,11 @@
 // Line splitting over large blocks read from the file.
 #include "line_reader.h"
 
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <ios>
+#include <system_error>
 
 namespace gvk {
 namespace {
@@ -11,6 +14,15 @@ constexpr std::size_t kBlock = std::size_t{1} << 16;
 
 LineReader::LineReader(const std::string& path) : m_file(path), m_buffer(kBlock) {
   m_exhausted = !m_file.is_open();
+  if (m_exhausted) return;
+  std::error_code ignored;
+  const std::uintmax_t size = std::filesystem::file_size(path, ignored);
+  if (size != static_cast<std::uintmax_t>(-1)) m_size = size;
+}
+
+unsigned long long LineReader::unread_bytes() const {
+  const unsigned long long consumed = m_read - (m_end - m_begin);
+  return m_size > consumed ? m_size - consumed : 0;
 }
 
 bool LineReader::next(classic_fields::Cursor& line) {
@@ -44,6 +56,7 @@ bool LineReader::fill() {
               static_cast<std::streamsize>(m_buffer.size() - m_end));
   const std::size_t got = static_cast<std::size_t>(m_file.gcount());
   m_end += got;
+  m_read += got;
   if (got == 0) m_exhausted = true;
   return got != 0;
 }

@@ -25,6 +25,11 @@ class LineReader {
   // Whether the file could be opened.
   bool opened() const { return m_file.is_open(); }
 
+  // How many bytes of the file are not yet returned as lines, as far as the size
+  // of the file when it was opened tells (0 where it has none, as a pipe has none).
+  // A bound for reservations, never for loops.
+  unsigned long long unread_bytes() const;
+
  private:
   bool fill();
 
@@ -33,6 +38,8 @@ class LineReader {
   std::size_t m_begin = 0;  // first unread character
   std::size_t m_end = 0;    // one past the last character read from the file
   bool m_exhausted = false;
+  unsigned long long m_size = 0;  // of the file when opened, 0 when unknown
+  unsigned long long m_read = 0;  // bytes read from the file so far
 };
 
 }  // namespace gvk

@@ -6,7 +6,10 @@
 #include "classic_fields.h"
 #include "line_reader.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <initializer_list>
 #include <string>
 #include <utility>
 
@@ -50,6 +53,10 @@ bool read_count(LineReader& lines, unsigned long long& count) {
 unsigned long long read_vertices(LineReader& lines, unsigned long long count,
                                  std::vector<double>& x, std::vector<double>& y,
                                  std::vector<double>& z) {
+  // The shortest vertex line, "0 0 0 0 0" and its line feed, takes ten bytes.
+  const std::size_t room =
+      static_cast<std::size_t>(std::min(count, lines.unread_bytes() / 10));
+  for (std::vector<double>* v : {&x, &y, &z}) v->reserve(room);
   Cursor line{};
   for (unsigned long long k = 0; k < count && lines.next(line); ++k) {
     Vertex v{};
@@ -94,6 +101,8 @@ PolyReadResult failed(const std::string& path, PolyReadResult::Status status,
 
 // Stores every segment line that parses among the next `count` lines.
 void read_segments(LineReader& lines, unsigned long long count, SegmentTable& table) {
+  // The shortest segment line, "0 0 0 0" and its line feed, takes eight bytes.
+  table.reserve(static_cast<std::size_t>(std::min(count, lines.unread_bytes() / 8)));
   Cursor line{};
   for (unsigned long long k = 0; k < count && lines.next(line); ++k) {
     int a = 0;

@@ -93,11 +93,12 @@ class PlanIndex {
   // tolerance of it, else the next free index, under which i is inserted.
   Link place(std::size_t i) {
     const Probe probe = make_probe(i);
-    const Link bound = lower_bound(probe);
+    const Descent found = lower_bound(probe);
+    const Link bound = found.bound;
     if (bound != kHeader && !precedes(probe.key, m_nodes[bound].key)) return bound - 2;
     const Link fresh = m_nodes.add();
     m_nodes[fresh].key = probe.key;
-    insert_hinted(bound, fresh);
+    insert_hinted(found, fresh);
     return fresh - 2;
   }
 
@@ -110,6 +111,15 @@ class PlanIndex {
   struct Slot {
     Link child;
     Link parent;
+  };
+
+  // The lower bound, and the last node at which the descent turned right (kNull
+  // when it never did). Every turn after the last left one is a right turn, so that
+  // node is the bound's in-order predecessor: the largest node of the bound's left
+  // subtree, or, where the bound has none, the ancestor whose right subtree holds it.
+  struct Descent {
+    Link bound;
+    Link last_right;
   };
 
   bool precedes(const PlanKey& a, const PlanKey& b) const {
@@ -140,19 +150,20 @@ class PlanIndex {
   Link& right(Link n) { return m_nodes[n].right; }
   bool is_red(Link n) { return m_nodes.red(n) != 0; }
 
-  Link lower_bound(const Probe& probe) {
-    Link bound = kHeader;
+  Descent lower_bound(const Probe& probe) {
+    Descent found{kHeader, kNull};
     Link n = root();
     while (n != kNull) {
       const Node<Link>& node = m_nodes[n];
       if (!precedes(node.key, probe)) {
-        bound = n;
+        found.bound = n;
         n = node.left;
       } else {
+        found.last_right = n;
         n = node.right;
       }
     }
-    return bound;
+    return found;
   }
 
   // The in-order predecessor; from the header, the rightmost node.
@@ -173,9 +184,9 @@ class PlanIndex {
 
   // The hinted insert, called with the lower bound of the node's own descent, which
   // the new key precedes (an equivalent bound would have matched).
-  void insert_hinted(Link bound, Link fresh) {
+  void insert_hinted(const Descent& found, Link fresh) {
     const PlanKey k = m_nodes[fresh].key;
-    const Slot slot = hint_slot(bound, k);
+    const Slot slot = hint_slot(found, k);
     if (slot.parent == kNull) return;
     const bool on_left =
         slot.child != kNull || slot.parent == kHeader || precedes(k, key(slot.parent));
@@ -183,13 +194,16 @@ class PlanIndex {
     ++m_count;
   }
 
-  Slot hint_slot(Link bound, const PlanKey& k) {
+  // The predecessor comes from the descent where it turned right at all; the walk
+  // of decrement() would reach the same node through the same links.
+  Slot hint_slot(const Descent& found, const PlanKey& k) {
+    const Link bound = found.bound;
     if (bound == kHeader) {
       if (m_count > 0 && precedes(key(rightmost()), k)) return Slot{kNull, rightmost()};
       return unique_slot(k);
     }
     if (bound == leftmost()) return Slot{leftmost(), leftmost()};
-    const Link before = decrement(bound);
+    const Link before = found.last_right != kNull ? found.last_right : decrement(bound);
     if (!precedes(key(before), k)) return unique_slot(k);
     if (right(before) == kNull) return Slot{kNull, before};
     return Slot{bound, bound};

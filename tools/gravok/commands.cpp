@@ -9,6 +9,7 @@
 #include "json_store.h"
 #include "mesh_files.h"
 #include "plot.h"
+#include "progress.h"
 #include "surface_choice.h"
 
 #include <gravok/element_types.h>
@@ -29,37 +30,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#if defined(_WIN32)
-#include <io.h>
-#define GRAVOK_ISATTY _isatty
-#define GRAVOK_FILENO _fileno
-#else
-#include <unistd.h>
-#define GRAVOK_ISATTY isatty
-#define GRAVOK_FILENO fileno
-#endif
-
 namespace gravok_tool {
 namespace {
-
-// Step names on stderr while a long command runs, when stderr is a terminal;
-// nothing at all when it is not.
-class Progress {
- public:
-  Progress() : m_shown(GRAVOK_ISATTY(GRAVOK_FILENO(stderr)) != 0) {}
-  ~Progress() {
-    if (m_shown && m_width) std::cerr << "\r" << std::string(m_width, ' ') << "\r";
-  }
-  void step(const std::string& text) {
-    if (!m_shown) return;
-    std::cerr << "\r" << std::string(m_width, ' ') << "\r" << text << "..." << std::flush;
-    m_width = text.size() + 3;
-  }
-
- private:
-  bool m_shown;
-  std::size_t m_width = 0;
-};
 
 std::wstring wide(const std::string& text) { return gvk::from_utf8(text); }
 
@@ -363,10 +335,12 @@ int plot(const Options& o) {
     options.title = "Cut and fill: " + leaf(pair.top_label, o.compare) + " against " +
                     leaf(pair.base_label, o.location);
   }
-  progress.step("drawing " + o.target);
   GRAVOK_LOG_TIMING(wide("plot " + o.location + " took "));
   options.contour_interval = o.contour;
   options.mesh_edges = o.mesh_edges;
+  options.on_stage = [&](const std::string& stage) {
+    progress.step(o.target + ": " + stage);
+  };
   PlotSummary summary;
   std::string error;
   if (!plot_problem(pair.base, options, o.target, summary, error)) {
@@ -389,7 +363,8 @@ int plot(const Options& o) {
 }
 
 int demo(const Options& o) {
-  return run_demo(o.location, std::cout) == 0 ? kSuccess : kFailed;
+  const int cells = o.triangles == 0 ? kDemoCells : demo_cells(o.triangles);
+  return run_demo(o.location, std::cout, cells, o.site_only) == 0 ? kSuccess : kFailed;
 }
 
 }  // namespace gravok_tool

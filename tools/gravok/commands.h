@@ -33,8 +33,10 @@ struct Options {
   bool mesh_edges = false;
   bool json = false;
   bool records_only = false;
-  bool strict = false;  // copy: exit 1 when the store dropped anything
-  std::string surface;  // copy: the one surface to copy, by name or id
+  bool strict = false;               // copy: exit 1 when the store dropped anything
+  std::string surface;               // copy: the one surface to copy, by name or id
+  unsigned long long triangles = 0;  // demo: the site's size, 0 for the default
+  bool site_only = false;            // demo: stop once site.json is written
 };
 
 // `text` as a JSON string literal.

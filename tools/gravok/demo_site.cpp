@@ -171,8 +171,13 @@ double demo_elevation(double x, double y) {
   return z;
 }
 
+int demo_cells(unsigned long long triangles) {
+  const double cells = std::round(std::sqrt(static_cast<double>(triangles) / 2));
+  return static_cast<int>(std::clamp(cells, 4.0, static_cast<double>(kMaxDemoCells)));
+}
+
 gvk::Problem demo_site(int cells) {
-  cells = std::clamp(cells, 4, 2000);
+  cells = std::clamp(cells, 4, kMaxDemoCells);
   gvk::Problem p;
   p.hostcad_version = "gravok demo site 1";
   p.linear_unit = gvk::store_unit(gvk::Known<1>(kFoot));
@@ -188,6 +193,11 @@ gvk::Problem demo_site(int cells) {
   p.epsilon = 0.01;
   p.max_iteration_count = 500;
   const int seam = cells / 2;
+  const std::size_t side = static_cast<std::size_t>(cells) + 1;
+  p.mesh.x.reserve(side * (side + 1) + 4);
+  p.mesh.y.reserve(side * (side + 1) + 4);
+  p.mesh.z.reserve(side * (side + 1) + 4);
+  p.mesh.triangles.reserve(2 * (side - 1) * (side - 1));
   add_tile(p.mesh, cells, 0, seam);
   add_tile(p.mesh, cells, seam, cells);
   for (const auto& [x, y] :

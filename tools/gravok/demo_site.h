@@ -12,6 +12,9 @@ namespace gravok_tool {
 // 199,712 triangles.
 constexpr int kDemoCells = 316;
 
+// The finest grid: 7071 cells per side, 99,997,682 triangles.
+constexpr int kMaxDemoCells = 7071;
+
 // The demo site: a square of 1580 ft on a side, local coordinates 0 to 1580, at the
 // origin x 2,000,000, y 500,000, z 0 ft, with foot as the linear unit (and square and
 // cubic feet). The ground rolls between about 110 and 170 ft, with a valley that runs
@@ -26,9 +29,15 @@ constexpr int kDemoCells = 316;
 // entrance and the lot's corner, aligned edges on the lot and the pad, and the site
 // boundary as an unclassified line. Break lines follow the valley floor.
 //
-// `cells` sets the grid's fineness (clamped to 4 to 2000); the site's size and its
-// elements stay the same.
+// `cells` sets the grid's fineness (clamped to 4 to kMaxDemoCells), and with it the
+// mesh's size: 2 * cells^2 triangles and (cells + 1) * (cells + 2) + 4 vertices; the
+// site's extent and its elements stay the same. The arrays are allocated once at
+// their final size.
 gvk::Problem demo_site(int cells = kDemoCells);
+
+// The cells per side whose mesh comes nearest to `triangles` triangles, within 4 to
+// kMaxDemoCells.
+int demo_cells(unsigned long long triangles);
 
 // The ground elevation of the demo site at a local plan point, in feet.
 double demo_elevation(double x, double y);

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "json_document.h"
+#include "surface_choice.h"
 
 #include <gravok/data_source.h>
 #include <gravok/triangle_files.h>
@@ -25,17 +26,6 @@ double length_factor(const gvk::StoredUnit& from, const gvk::StoredUnit& to) {
   return gvk::unit_conversion_factor(from.type, to.type, 1);
 }
 
-std::string surface_list(const std::vector<unsigned long long>& ids,
-                         const std::vector<std::string>& names) {
-  if (ids.empty()) return "it offers no surfaces";
-  std::string list = "its surfaces:";
-  for (std::size_t i = 0; i < ids.size(); ++i) {
-    list += (i ? ", " : " ") + std::to_string(ids[i]);
-    if (i < names.size()) list += " \"" + names[i] + "\"";
-  }
-  return list;
-}
-
 // Makes the surface `wanted` (a name, else an id; with `wanted` empty, the first the
 // source lists) the problem's mesh. False, having said why, when there is no such one.
 bool pick_surface(gvk::Problem& p, const std::string& location, const std::string& wanted,
@@ -51,16 +41,10 @@ bool pick_surface(gvk::Problem& p, const std::string& location, const std::strin
     }
   }
   label = location;
-  const std::size_t count = std::min(ids.size(), names.size());
-  if (count == 0 && wanted.empty()) return true;
-  std::size_t pick = wanted.empty() ? 0 : count;
-  for (std::size_t i = 0; i < count && pick == count; ++i) {
-    if (names[i] == wanted) pick = i;
-  }
-  for (std::size_t i = 0; i < count && pick == count; ++i) {
-    if (std::to_string(ids[i]) == wanted) pick = i;
-  }
-  if (pick == count) {
+  std::size_t pick = 0;
+  if (wanted.empty()) {
+    if (std::min(ids.size(), names.size()) == 0) return true;
+  } else if (!find_surface(ids, names, wanted, pick)) {
     std::cerr << "gravok: " << location << " has no surface \"" << wanted << "\"; "
               << surface_list(ids, names) << "\n";
     return false;

@@ -191,6 +191,12 @@ int main(int argc, char** argv) {
   CLI::App* demo = app.add_subcommand(
       "demo", "build a synthetic site and take it through the whole library");
   demo->add_option("outdir", o.location, "the folder to write into")->required();
+  demo->add_option("--triangles", o.triangles,
+                   "about how many triangles the site's mesh has: 32 to 10^8 "
+                   "(default 199,712)")
+      ->check(CLI::Range(32ULL, 100000000ULL));
+  demo->add_flag("--site-only", o.site_only,
+                 "write OUTDIR/site.json and stop: a site to try other commands on");
 
   for (CLI::App* command : app.get_subcommands({})) command->fallthrough();
   clean->fallthrough();

@@ -843,6 +843,10 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
     error = path + ": unknown plot format (the name must end in .svg, .png or .pdf)";
     return false;
   }
+  const auto stage = [&options](const char* name) {
+    if (options.on_stage) options.on_stage(name);
+  };
+  stage("surveying the ground");
   Drawing d{problem,
             options,
             survey_ground(problem.mesh),
@@ -879,6 +883,7 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
   extent(g, d.figures, x0, x1, y0, y1);
   const std::size_t extra_rows = (d.break_lines ? 1 : 0) + (d.compare.shown ? 5 : 0);
   d.layout = lay_out(options, x0, x1, y0, y1, d.entries.size() + extra_rows);
+  stage(d.compare.shown ? "comparing the surfaces" : "tracing contours");
   if (d.compare.shown) {
     const Layout& l = d.layout;
     const int w =
@@ -923,6 +928,7 @@ bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
   summary.scale = l.map.scale;
   summary.page_width = l.width;
   summary.page_height = l.height;
+  stage("drawing");
   return render(d, format, path, summary, error);
 }
 

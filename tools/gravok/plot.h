@@ -15,6 +15,7 @@
 #include <gravok/volume.h>
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -38,6 +39,9 @@ struct PlotOptions {
   // top - base on a ramp of two hues centred on zero, the zero line, and the cut,
   // fill and net (gvk::volume_between) in the legend; no contours. Borrowed.
   const gvk::Mesh* compare = nullptr;
+  // When set, called as each stage of the work begins, with its name ("surveying the
+  // ground", "tracing contours", "drawing"), for a progress display.
+  std::function<void(const std::string&)> on_stage;
 };
 
 // What a plot showed, for a caller's report and for tests. Absolute coordinates.

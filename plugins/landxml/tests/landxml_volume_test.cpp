@@ -71,7 +71,8 @@ TEST(LandXmlVolume, SurfacesOverADatumAgreeWithTheirTrianglesAndWithSampling) {
   const Row rows[] = {{"civil_example_clean.xml", 0, 2e-3},
                       {"civil_example_clean.xml", 1, 2e-3},
                       {"civil_example_clean.xml", 2, 2e-3},
-                      {"blender_topo_s2.xml", 0, 2e-3}};
+                      {"blender_topo_s2.xml", 0, 2e-3},
+                      {"civil_sweref99_skyfall.xml", 0, 2e-3}};
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.file) + " surface " + std::to_string(row.surface));
     const Mesh top = surface(row.file, row.surface);

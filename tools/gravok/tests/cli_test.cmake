@@ -109,6 +109,8 @@ expect(0 "fill +15416\\.667 m.*Pond 1:\n  compared area 100\\.000 m.*fill +156\\
        volume ${d}/example.json ${d}/raised.json --by-element)
 expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \"fill\": 156\\.25"
        volume ${d}/example.json ${d}/raised.json --by-element --json)
+expect(0 "inside .*example.json, Pond 1\ncompared area 100\\.000 m.*fill +156\\.250 m"
+       volume ${d}/example.json ${d}/raised.json --boundary ${d}/example.json)
 
 # The cut/fill map; a mesh whose triangles have no area draws nothing and says so.
 expect(0 "cutfill.svg: 2 triangles drawn, cut 0.111111, fill 0.444444, net 0.333333"
@@ -117,6 +119,13 @@ expect(1 "do not overlap in plan" plot ${d}/square.node --compare ${d}/far.node 
 file(WRITE ${d}/line.node "3 2 1 0\n0 0 0 1\n1 1 1 1\n2 2 2 1\n")
 file(WRITE ${d}/line.ele "1 3 0\n0 0 1 2\n")
 expect(1 "the surface has 1 triangles, but none of any area in plan" plot ${d}/line.node -o ${d}/line.svg)
+
+# The demo at its smallest size, 4 cells a side; a size beyond the range is refused.
+expect(0 "build site: +34 vertices, 32 triangles.*clean mesh: +25 vertices, 32 triangles"
+       demo ${d}/tiny-demo --triangles 32)
+expect(0 "copy: .*site.json.*wrote:\n  [^\n]*site.json  [0-9]+ bytes\n$"
+       demo ${d}/site-only --triangles 200 --site-only)
+expect(2 "--triangles: Value 31 not in range 32 to 100000000" demo ${d}/no-demo --triangles 31)
 
 # A real surface from design software, through the LandXML plug-in module.
 if(LANDXML_PLUGIN)
