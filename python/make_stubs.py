@@ -208,8 +208,12 @@ class Problem:
     def __init__(self, **values: Any) -> None: ...
     @classmethod
     def from_source(cls, source: DataSource) -> Problem: ...
-    def save(self, location: _PathLike) -> None: ...
+    def save(self, location: _PathLike) -> List[Tuple[str, int]]:
+        \"\"\"Writes the problem; returns (and warns with LossWarning about) what the store dropped.\"\"\"
     def as_source(self) -> DataSource: ...
+
+class LossWarning(UserWarning):
+    \"\"\"Problem.save wrote the problem, but the store could not hold all of it.\"\"\"
 
 class PluginReport(NamedTuple):
     modules: List[PluginModule]

@@ -6,8 +6,9 @@
 
 #include <exception>
 
-// Registers the .node/.ele and .poly source providers; returns how many it registered
-// (0 when a host has both names already), or -1 when registering threw.
+// Registers the .node/.ele and .poly source providers and the .node/.ele store
+// provider; returns how many it registered (0 when a host has all three already), or
+// -1 when registering threw.
 GRAVOK_PLUGIN_EXPORT int gravok_plugin_register() {
   try {
     return gvk_triangle::register_providers();

@@ -1,5 +1,7 @@
 #include "triangle_providers.h"
 
+#include "node_ele_store.h"
+
 #include <gravok/problem.h>
 #include <gravok/providers.h>
 #include <gravok/triangle_files.h>
@@ -44,11 +46,15 @@ gvk::TriangleFileResult system_fault(const std::string& path) {
   return result;
 }
 
+// PATH for "PATH.node" and "PATH.ele".
+std::string stem_of(const std::string& location) {
+  return location.substr(0, location.size() - (ends_with(location, ".node") ? 5 : 4));
+}
+
 // The .node and .ele pair that PATH.node or PATH.ele names.
 gvk::TriangleFileResult read_node_ele(const std::string& location,
                                       gvk::Problem& problem) {
-  const std::string stem =
-      location.substr(0, location.size() - (ends_with(location, ".node") ? 5 : 4));
+  const std::string stem = stem_of(location);
   for (const std::string& path : {stem + ".node", stem + ".ele"}) {
     if (gvk::TriangleFileResult fault = system_fault(path); !fault) return fault;
   }
@@ -115,10 +121,33 @@ class MeshFileProvider : public gvk::DataSourceProvider {
   Reader m_read;
 };
 
+// Stores of .node and .ele pairs: "PATH.node" or "PATH.ele" writes both files.
+// Asked for a source, it makes none and says nothing, so that the source provider of
+// the same name reads the pair (a store that starts empty would hide the files).
+class NodeEleStoreProvider : public gvk::DataStoreProvider {
+ public:
+  bool canHandle(const std::string& location) const override {
+    return ends_with(location, ".node") || ends_with(location, ".ele");
+  }
+  std::string description() const override {
+    return "a mesh written as a Triangle .node and .ele pair (PATH.node or PATH.ele); "
+           "everything else is declared lost";
+  }
+  std::unique_ptr<gvk::DataSource> createDataSource(const std::string&) const override {
+    return nullptr;
+  }
+  std::unique_ptr<gvk::DataStore> createDataStore(
+      const std::string& location) const override {
+    const std::string stem = stem_of(location);
+    return std::make_unique<NodeEleStore>(stem + ".node", stem + ".ele");
+  }
+};
+
 // What this copy of the code registered, so that unregistering never removes a
 // provider that a host or another module registered under the same name.
 bool g_node_ele_registered = false;
 bool g_poly_registered = false;
+bool g_node_ele_store_registered = false;
 
 }  // namespace
 
@@ -135,14 +164,19 @@ int register_providers() {
                        "the vertices of a Triangle .poly file (PATH.poly), without "
                        "triangles",
                        std::vector<std::string>{".poly"}, read_poly));
-  return g_node_ele_registered + g_poly_registered;
+  if (!g_node_ele_store_registered)
+    g_node_ele_store_registered = gvk::registerDataStoreProvider(
+        kNodeEleName, std::make_unique<NodeEleStoreProvider>());
+  return g_node_ele_registered + g_poly_registered + g_node_ele_store_registered;
 }
 
 int unregister_providers() {
   int removed = 0;
   if (g_node_ele_registered) removed += gvk::unregisterDataSourceProvider(kNodeEleName);
   if (g_poly_registered) removed += gvk::unregisterDataSourceProvider(kPolyName);
-  g_node_ele_registered = g_poly_registered = false;
+  if (g_node_ele_store_registered)
+    removed += gvk::unregisterDataStoreProvider(kNodeEleName);
+  g_node_ele_registered = g_poly_registered = g_node_ele_store_registered = false;
   return removed;
 }
 

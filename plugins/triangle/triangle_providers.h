@@ -1,6 +1,7 @@
-// Source providers for the mesh files of the Triangle mesh generator: a .node and
-// .ele pair (PATH.node or PATH.ele) read as a mesh, and the vertices of a .poly file
-// (PATH.poly) without triangles. Each file is read by the library's Triangle-format
+// Providers for the mesh files of the Triangle mesh generator: a .node and .ele pair
+// (PATH.node or PATH.ele) read as a mesh, the vertices of a .poly file (PATH.poly)
+// without triangles, and a store that writes a mesh as a .node and .ele pair
+// (node_ele_store.h). Each file is read by the library's Triangle-format
 // readers (gravok/triangle_files.h), which know every layout Triangle and other mesh
 // programs write; what they read becomes a problem with nothing else: the library's
 // default settings, unknown units, origin zero. A provider that recognises a location
@@ -11,12 +12,14 @@
 
 namespace gvk_triangle {
 
-// The names the two source providers are registered under.
+// The names the providers are registered under: the .node/.ele source provider and
+// the store provider share the first (the registries are separate), the .poly source
+// provider has the second.
 constexpr const char* kNodeEleName = "gravok.node-ele";
 constexpr const char* kPolyName = "gravok.poly";
 
-// Registers both providers under the names above; returns how many it registered (a
-// name that is taken already keeps its provider).
+// Registers the three providers under the names above; returns how many it registered
+// (a name that is taken already keeps its provider).
 int register_providers();
 // Unregisters what register_providers registered, and nothing else; returns how many.
 int unregister_providers();

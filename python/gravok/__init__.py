@@ -14,8 +14,8 @@ from . import _gravok
 from ._gravok import *  # noqa: F401,F403
 from ._gravok import __doc__ as _extension_doc  # noqa: F401
 from ._gravok import __version__  # noqa: F401
-from ._problem import (Description, ElementSet, Mesh, PluginReport, Problem,  # noqa: F401
-                       Surface, load_plugins, open)
+from ._problem import (Description, ElementSet, LossWarning, Mesh,  # noqa: F401
+                       PluginReport, Problem, Surface, load_plugins, open)
 
 LinearUnit = Unit1  # noqa: F405
 AreaUnit = Unit2  # noqa: F405
@@ -23,5 +23,5 @@ VolumeUnit = Unit3  # noqa: F405
 
 # `from gravok import *` leaves the built-in open alone: gravok.open is used by name.
 __all__ = [name for name in vars(_gravok) if not name.startswith("_")] + [
-    "Description", "ElementSet", "Mesh", "PluginReport", "Problem", "Surface",
+    "Description", "ElementSet", "LossWarning", "Mesh", "PluginReport", "Problem", "Surface",
     "load_plugins", "LinearUnit", "AreaUnit", "VolumeUnit"]

@@ -122,15 +122,24 @@ class Problem:
     def save(self, location):
         """Writes the problem through the first store provider that accepts
         `location` (str or os.PathLike), with the complete transfer: the store
-        receives everything it can hold, moved into its own origin. Raises as
-        createDataStore does when no provider takes `location` (FileNotFoundError,
-        PermissionError or ValueError with the providers' reasons); the store's own
-        errors pass through (OSError when the file cannot be written, ValueError when
-        it cannot hold the data), and a failed save leaves an existing file as it was
-        where the store promises so."""
+        receives everything it can hold, moved into its own origin. Returns what the
+        store says it dropped, as (what, count) pairs (empty when it kept everything
+        or does not say), and, when it dropped anything, warns with a LossWarning
+        naming each part (a LandXML file holds no elements, a .node/.ele pair only the
+        mesh); warnings.simplefilter("error", gravok.LossWarning) makes that an error.
+        Raises as createDataStore does when no provider takes `location`
+        (FileNotFoundError, PermissionError or ValueError with the providers'
+        reasons); the store's own errors pass through (OSError when the file cannot
+        be written, ValueError when it cannot hold the data), and a failed save leaves
+        an existing file as it was where the store promises so."""
         load_plugins(_once=True)
         store = _g.createDataStore(location)
         store.copyAllFrom(self.as_source())
+        dropped = [(what, count) for what, count in (_g.losses(store) or []) if count]
+        if dropped:
+            parts = "; ".join(f"dropped {count} {what}" for what, count in dropped)
+            warnings.warn(f"{os.fspath(location)}: {parts}", LossWarning, stacklevel=2)
+        return dropped
 
     def as_source(self):
         """A DataSource (a copy of the problem) for the C++-shaped interface, such as
@@ -174,6 +183,10 @@ class Problem:
 def _kind_name(kind):
     name = getattr(kind, "name", None)
     return name if name and name != "???" else str(int(kind))
+
+
+class LossWarning(UserWarning):
+    """Problem.save wrote the problem, but the store could not hold all of it."""
 
 
 class PluginReport(NamedTuple):

@@ -3,6 +3,7 @@
 import math
 import os
 import pathlib
+import warnings
 
 import numpy as np
 import pytest
@@ -79,16 +80,29 @@ def a_problem():
     return problem
 
 
-@pytest.mark.parametrize("suffix, plugin", [
-    (".json", "GRAVOK_JSON_PLUGIN"),
-    (".xml", "GRAVOK_LANDXML_PLUGIN"),
-    (".dxf", "GRAVOK_DXF_PLUGIN"),
+# What each format cannot hold of a_problem(), by a word of each loss it must declare.
+@pytest.mark.parametrize("suffix, plugin, dropped", [
+    (".json", "GRAVOK_JSON_PLUGIN", []),
+    (".xml", "GRAVOK_LANDXML_PLUGIN", ["DrainLine elements", "max slope"]),
+    (".dxf", "GRAVOK_DXF_PLUGIN", ["DrainLine element", "max slope", "host version"]),
+    (".node", None, ["DrainLine elements", "max slope", "units", "host version"]),
 ])
-def test_save_writes_each_writable_format_and_open_reads_it_back(tmp_path, suffix, plugin):
-    needs(plugin)
+def test_save_writes_each_writable_format_and_open_reads_it_back(tmp_path, suffix, plugin,
+                                                                 dropped):
+    if plugin:
+        needs(plugin)
     problem = a_problem()
     path = tmp_path / ("site" + suffix)
-    problem.save(path)
+    with warnings.catch_warnings(record=True) as warned:
+        warnings.simplefilter("always")
+        losses = problem.save(path)
+    said = [str(w.message) for w in warned if issubclass(w.category, gravok.LossWarning)]
+    for word in dropped:
+        assert any(word in what and count > 0 for what, count in losses), (word, losses)
+    if dropped:
+        assert len(said) == 1 and said[0].startswith(f"{path}: dropped "), said
+    else:
+        assert losses == [] and said == []
     back = gravok.open(path)
     # Every format keeps the mesh in absolute terms, whatever origin it writes.
     for axis, origin in zip("xyz", range(3)):
@@ -161,3 +175,34 @@ def test_problem_keywords_and_defaults():
     assert problem.max_slope == 0.5 and problem.epsilon == gravok.DataSource().get_epsilon()
     with pytest.raises(TypeError, match="max_slop"):
         gravok.Problem(max_slop=0.5)
+
+
+class OffsetStore(gravok.DataStore):
+    """A Python store whose origin is its own: repr asks it, not the base class."""
+
+    def get_xorig(self):
+        return 1.5
+
+
+@pytest.mark.parametrize("make, text", [
+    (gravok.DataSource, "<DataSource origin=(0.0, 0.0, 0.0) linear_unit='unknown'>"),
+    (OffsetStore, "<OffsetStore origin=(1.5, 0.0, 0.0) linear_unit='unknown'>"),
+    (lambda: a_problem().as_source(),
+     "<DataSource origin=(2000000.5, 500000.25, 10.0) linear_unit='meter'>"),
+    (a_problem, "<Problem origin=(2000000.5, 500000.25, 10.0) unit='meter' "
+                "mesh=4 vertices/2 triangles elements=[DrainLine 1]>"),
+    (lambda: gravok.find_unit("ft US"), "Unit1(type=7, name='surveyfoot')"),
+    (lambda: gravok.Unit2.known(1), "Unit2(type=1, name='centimeter')"),
+    (gravok.Unit3.unknown, "Unit3(type=9, name='unknown')"),
+])
+def test_repr_names_the_class_its_origin_and_unit(make, text):
+    assert repr(make()) == text
+
+
+def test_repr_of_opened_sources_and_stores(tmp_path):
+    needs("GRAVOK_JSON_PLUGIN")
+    gravok.load_plugins()
+    source = gravok.createDataSource(SOURCE_DIR / "docs" / "examples" / "small-problem.json")
+    assert repr(source).endswith("origin=(2000100.0, 500050.0, 100.0) linear_unit='meter'>")
+    with gravok.createDataStore(tmp_path / "new.json") as store:
+        assert repr(store).endswith("origin=(0.0, 0.0, 0.0) linear_unit='unknown'>")

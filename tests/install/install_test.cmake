@@ -3,8 +3,10 @@
 # find the installed plug-ins by itself. Arguments: -DBUILD_DIR=<build tree>
 # -DWORK_DIR=<scratch folder> -DPREFIX=<absolute install prefix> -DLIBDIR=<the
 # install's library folder, relative> -DSITE_PLUGIN=<a working test module>
-# -DBARE_MODULE=<a module without entry points> -DLANDXML_FILE=<a LandXML surface>
-# and, in a multi-configuration build, -DCONFIG=<configuration>.
+# -DBARE_MODULE=<a module without entry points> -DLANDXML_FILE=<a LandXML surface>,
+# where the Python package is built -DPYTHON=<its interpreter> and -DPYTHON_DIR=<its
+# install folder, relative to the prefix or absolute>, and, in a multi-configuration
+# build, -DCONFIG=<configuration>.
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 set(failures "")
@@ -102,6 +104,24 @@ run(plot plot ${LANDXML_FILE} -o ${WORK_DIR}/surface.svg)
 check(plot 0 "" NOT "warning|error")
 if(NOT EXISTS ${WORK_DIR}/surface.svg)
   fail("plot wrote no ${WORK_DIR}/surface.svg")
+endif()
+
+# The moved tree's Python package opens it too, finding the same installed plug-ins
+# (the environment names none).
+if(PYTHON AND PYTHON_DIR AND NOT IS_ABSOLUTE "${PYTHON_DIR}")
+  set(ENV{PYTHONPATH} ${moved}/${PYTHON_DIR})
+  unset(ENV{GRAVOK_PLUGINS})
+  unset(ENV{GRAVOK_PLUGIN_PATH})
+  execute_process(
+    COMMAND ${PYTHON} -c "import sys, gravok
+problem = gravok.open(sys.argv[1])
+print(gravok.installed_plugin_folder(), [s.name for s in problem.surfaces])"
+            ${LANDXML_FILE}
+    RESULT_VARIABLE python_rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  unset(ENV{PYTHONPATH})
+  set(python_out "${err}${out}")
+  literal(plugins_re ${plugins})
+  check(python 0 "^${plugins_re} \\['A', 'B', 'C'\\]")
 endif()
 
 # The same module named again is skipped, not an error.
