@@ -326,7 +326,7 @@ row(inspect missing 2 "gravok: ${d}/missing.node: ${nowhere}" inspect ${d}/missi
 row(inspect unreadable 2 "gravok: ${d}/locked.node: ${denied}" AS_USER inspect ${d}/locked.node)
 row(inspect unwritable 1 "${full}" FULL_STDOUT inspect ${d}/square.node)
 row(inspect usage 2 "location is required" inspect)
-row(inspect finding 1 "{\"location\": \"${d}/unused.node\", \"findings\": \\[" inspect --json ${d}/unused.node)
+row(inspect finding 1 "{\"location\": \"${d}/unused.node\", \"summary\": .*\"findings\": \\[" inspect --json ${d}/unused.node)
 row(inspect clean 0 "units: linear unknown, area unknown, volume unknown" inspect ${d}/square.node)
 
 row(copy missing 2 "gravok: ${d}/missing.json: ${nowhere}" copy ${d}/missing.json ${d}/w/c.json)
