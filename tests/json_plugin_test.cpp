@@ -382,7 +382,10 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
       {head + R"("settings": {"max_slope": 1e999}})",
        "line 1, column 70: not a readable"},
       {head + R"("settings": {"max_slope": 1,}})", "line 1, column 72: not a readable"},
-      {head + R"("break_lines": )" + std::string(40, '[') + std::string(40, ']') + "}",
+      // 32 levels, the document's object and 31 arrays, are read; 33 are not.
+      {head + R"("break_lines": )" + std::string(31, '[') + std::string(31, ']') + "}",
+       "/break_lines/0/0: expected a number"},
+      {head + R"("break_lines": )" + std::string(32, '[') + std::string(32, ']') + "}",
        "(at most 32 levels)"},
       {"[1]", "the document: expected an object"},
       {R"({"version": 1})", "the document: missing member \"format\""},
