@@ -468,7 +468,7 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
       // A bad digit in the first block of four bytes, and in the bytes after the last.
       {head + R"("hostcad_version": {"bytes": "4g414243"}})",
        "/hostcad_version/bytes: expected hexadecimal digits"},
-      {head + R"("hostcad_version": {"bytes": "414243444g"}})",
+      {head + R"("hostcad_version": {"bytes": "41424344g0"}})",
        "/hostcad_version/bytes: expected hexadecimal digits"},
   };
   for (const Case& c : cases) {
