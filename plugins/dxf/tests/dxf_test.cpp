@@ -525,8 +525,11 @@ TEST(DxfReader, RefusesBadFilesNamingFileLineAndWhat) {
 // ---------------------------------------------------------------------------------
 // Writing.
 
+// A name of this process's own: test programs of other build trees on the machine
+// write their files into the same temporary folder at the same time.
 std::string temp_path(const std::string& name) {
-  return testing::TempDir() + "dxf_test_" + name;
+  static const std::string token = std::to_string(std::random_device{}());
+  return testing::TempDir() + "dxf_test_" + token + "_" + name;
 }
 
 // A mesh of n x n vertices at state-plane coordinates with values that need all 17
@@ -871,11 +874,12 @@ TEST(DxfProviders, OpenDxfSayWhyNotAndLeaveOtherFilesToOthers) {
   const Row rows[] = {
       {dxf, true, true, "", ""},
       {"dxf:" + dxf, true, true, "", ""},
-      {other, false, false, "", other + not_dxf + "; it is left as it is"},
+      {other, false, true, "", other + not_dxf + "; it is left as it is"},
       {"dxf:" + other, true, true, other + not_dxf,
        other + not_dxf + "; it is left as it is"},
       {fresh, true, true, fresh + ": cannot be read: " + std::strerror(ENOENT), ""},
-      {folder, true, false, folder + ": cannot be read: " + std::strerror(EISDIR), ""},
+      {folder, true, true, folder + ": cannot be read: " + std::strerror(EISDIR),
+       folder + ": " + std::strerror(EISDIR) + "; it is left as it is"},
       {bad, true, true, bad + ":9: group 10 of POINT: expected a finite number", ""},
       {temp_path("site.json"), false, false, "", ""},
   };
