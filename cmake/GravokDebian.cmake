@@ -5,7 +5,7 @@
 #   libgravok-data-dev  component Development: headers, the .so link, the CMake package
 #                       and gravok-data.pc; depends on exactly this libgravok-data1
 #   gravok-tools        component tools: the gravok tool, its manual page and the JSON,
-#                       LandXML and DXF plug-in modules
+#                       Triangle-files, LandXML and DXF plug-in modules
 #   python3-gravok      component python: the package gravok for Debian's python3
 #
 # Each package carries in /usr/share/doc/<package>/ the copyright file (written from
@@ -175,7 +175,8 @@ ${gravok_deb_about}
 
 This package holds the gravok tool, which opens, inspects, copies, plots and
 cleans grading problems, and the plug-in modules for JSON problem documents,
-LandXML surfaces and DXF drawings.")
+Triangle mesh files, LandXML surfaces and DXF drawings, which the tool and the
+Python module find by themselves.")
 
 if(TARGET gravok_python)
   # The extension is built for one interpreter version: the package depends on it.

@@ -83,7 +83,7 @@ def emit_func(name, obj, indent="", static=False):
 
 out = ['"""Type stubs of the package gravok (the extension gravok._gravok)."""',
        "import os",
-       "from typing import Any, Callable, List, Optional, Tuple, Union, overload",
+       "from typing import Any, Callable, Dict, List, NamedTuple, Optional, Tuple, Union, overload",
        "import numpy as np", "from numpy.typing import ArrayLike, NDArray", "",
        "_PathLike = Union[str, bytes, os.PathLike]", ""]
 classes = [(n, o) for n, o in vars(g).items() if isinstance(o, type)]
@@ -142,4 +142,87 @@ for n, o in vars(g).items():
     elif hasattr(type(o), "__members__"):
         out.append(f"{n}: {type(o).__name__}")
 out += ["", "LinearUnit = Unit1", "AreaUnit = Unit2", "VolumeUnit = Unit3", "__version__: str", ""]
+# The package's own Python part, gravok/_problem.py.
+out += ["""
+class Mesh:
+    \"\"\"A triangle mesh: float64 x, y, z, (n, 3) uint64 triangles, (n, 40) uint8 triangle_info.\"\"\"
+    x: NDArray[np.float64]
+    y: NDArray[np.float64]
+    z: NDArray[np.float64]
+    triangles: NDArray[np.uint64]
+    triangle_info: NDArray[np.uint8]
+    def __init__(self, x: ArrayLike = ..., y: ArrayLike = ..., z: ArrayLike = ..., triangles: ArrayLike = ..., triangle_info: ArrayLike = ...) -> None: ...
+
+class Surface:
+    \"\"\"One surface of several: its id, name, mesh and break lines.\"\"\"
+    id: int
+    name: str
+    mesh: Mesh
+    break_lines: List[gravok_line_3d]
+    def __init__(self, id: int = 0, name: str = "", mesh: Mesh = ..., break_lines: List[gravok_line_3d] = ...) -> None: ...
+
+class ElementSet:
+    \"\"\"The elements of one kind: records, one x and one y array per element, complex data.\"\"\"
+    records: List[gravok_grading_element]
+    xs: List[NDArray[np.float64]]
+    ys: List[NDArray[np.float64]]
+    complex: ComplexElementData
+    def __init__(self, records: List[gravok_grading_element] = ..., xs: List[ArrayLike] = ..., ys: List[ArrayLike] = ..., complex: ComplexElementData = ...) -> None: ...
+
+class Description:
+    \"\"\"The coordinate system, the writing application and the surfaces' descriptions.\"\"\"
+    epsg_code: str
+    wkt: str
+    coordinate_system_name: str
+    application_name: str
+    application_version: str
+    surface_descriptions: Dict[int, str]
+    def __init__(self, epsg_code: str = "", wkt: str = "", coordinate_system_name: str = "", application_name: str = "", application_version: str = "", surface_descriptions: Dict[int, str] = ...) -> None: ...
+
+class Problem:
+    \"\"\"A whole grading problem as plain values (see gravok.open).\"\"\"
+    origin: Tuple[float, float, float]
+    linear_unit: Unit1
+    area_unit: Unit2
+    volume_unit: Unit3
+    hostcad_version: str
+    mesh: Mesh
+    break_lines: List[gravok_line_3d]
+    surfaces: List[Surface]
+    surface_ids: List[int]
+    surface_names: List[str]
+    elements: Dict[GradingElementType, ElementSet]
+    objectives: List[gravok_objective]
+    fix_boundary: bool
+    max_slope: float
+    min_slope: float
+    volume_constraint: VolumeConstraint
+    max_slopes: NDArray[np.float64]
+    min_slopes: NDArray[np.float64]
+    mesh_metric: mesh_metric
+    max_iteration_count: int
+    epsilon: float
+    guids_valid: bool
+    guids: Dict[int, str]
+    description: Description
+    def __init__(self, **values: Any) -> None: ...
+    @classmethod
+    def from_source(cls, source: DataSource) -> Problem: ...
+    def save(self, location: _PathLike) -> List[Tuple[str, int]]:
+        \"\"\"Writes the problem; returns (and warns with LossWarning about) what the store dropped.\"\"\"
+    def as_source(self) -> DataSource: ...
+
+class LossWarning(UserWarning):
+    \"\"\"Problem.save wrote the problem, but the store could not hold all of it.\"\"\"
+
+class PluginReport(NamedTuple):
+    modules: List[PluginModule]
+    failures: List[Tuple[str, str]]
+    skipped: List[Tuple[str, str]]
+
+def load_plugins(folders: Optional[List[_PathLike]] = None, modules: Optional[List[_PathLike]] = None) -> PluginReport:
+    \"\"\"Loads the installed plug-ins, then those of GRAVOK_PLUGIN_PATH and GRAVOK_PLUGINS.\"\"\"
+def open(location: _PathLike) -> Problem:
+    \"\"\"The whole problem at `location`, read through the first provider that opens it.\"\"\"
+"""]
 print("\n".join(out))

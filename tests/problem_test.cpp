@@ -391,6 +391,13 @@ TEST(CopyAllFrom, MovesEachSurfaceByItsOwnOriginIntoAStoreThatKeepsThem) {
   EXPECT_EQ(p.surfaces[0].mesh.z, (std::vector<double>{10, 11}));
   EXPECT_EQ(p.mesh.x, p.surfaces[0].mesh.x);
 
+  // A store that held surfaces keeps none of them from a source that lists none.
+  gvk::ProblemStore earlier(surveyed_problem());
+  gvk::ProblemSource bare(rich_problem());
+  earlier.copyAllFrom(bare);
+  EXPECT_TRUE(earlier.problem().surfaces.empty());
+  EXPECT_TRUE(earlier.problem().surface_ids.empty());
+
   gvk_test::CallLog log;
   gvk_test::Recorder plain(log, "store");
   OriginPerSurface untouched;

@@ -200,10 +200,10 @@ class GRAVOK_API DataStore : public DataSource {
   /// a longer list's extra entries are left out): each is selected in turn, its mesh
   /// read and shifted into this store's origin with the offsets of its own origin,
   /// read after its mesh as for the main mesh, its break lines shifted through an
-  /// OffsetDataSource, and all of them go to set_surfaces in one call; the first
-  /// listed surface is then selected again. A source that lists no surface, or a
-  /// store that is not a SurfaceStore, sees none of these calls, so a store or source
-  /// written for 1.0 receives exactly the calls described above.
+  /// OffsetDataSource, and all of them go to set_surfaces in one call (an empty list
+  /// when the source lists none); the first listed surface is then selected again. A
+  /// store that is not a SurfaceStore, and its source, see none of these calls, so a
+  /// store written for 1.0 receives exactly the calls described above.
   void copyAllFrom(DataSource& source);
 };
 

@@ -109,8 +109,9 @@ class GRAVOK_API SurfaceStore {
   virtual ~SurfaceStore();
 
   /// Receives every surface of the source in the order get_surfaces lists them, with
-  /// coordinates local to this store's origin, replacing any earlier ones. The mesh
-  /// that set_eg_data receives is one of them, the one the source had current.
+  /// coordinates local to this store's origin, replacing any earlier ones; an empty
+  /// list when the source lists none. The mesh that set_eg_data receives is one of
+  /// them, the one the source had current.
   virtual void set_surfaces(const std::vector<Surface>& surfaces) = 0;
 };
 

@@ -244,9 +244,9 @@ void DxfStore::set_transferred_grading_elements(
 }
 
 void DxfStore::set_hostcad_version(const std::string& version) {
-  // The file states its own version, which reading it back answers.
-  m_losses.set("host version",
-               !version.empty() && version != std::string("DXF ") + kWrittenVersion);
+  // A drawing's own format version ("DXF AC1032") is the file's, not the problem's:
+  // the file written states its own. An application's name and version is lost.
+  m_losses.set("host version", !version.empty() && version.rfind("DXF ", 0) != 0);
 }
 
 void DxfStore::get_linear_unit(gvk::Unit<1>& unit) const { unit = gvk::Known<1>(m_unit); }

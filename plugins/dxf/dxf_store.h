@@ -14,14 +14,20 @@
 //
 // What a DXF drawing cannot hold is dropped and declared through gvk::DeclaresLosses:
 // the settings of the optimisation (where they differ from DataSource's defaults),
-// objectives, per-triangle records that are not zero, a host version other than the
-// one reading the file back answers ("DXF AC1009"), complex-element data, the opaque
+// objectives, per-triangle records that are not zero, a host version that names an
+// application (such as "Civil 2023"), complex-element data, the opaque
 // bytes of element records and the location slots that are no coordinates, elements
 // that arrived without vertices (copyFrom hands records only), mesh vertices that no
 // triangle uses and vertices that repeat another's coordinates (they come back as
 // one), and units that $INSUNITS cannot state (the arcsecond; area or volume units
 // that are not the square or cube of the linear unit). Each setter sets the losses of
 // what it replaces, so after a transfer losses() describes that transfer.
+//
+// A host version of the form "DXF <version>", which a DXF source answers for its
+// drawing's $ACADVER, is no loss although the file written reads back as "DXF AC1009":
+// it names the format of the file it came from, not part of the problem, and every DXF
+// writer states its own. So a drawing of any version copies to DXF with nothing
+// declared (`gravok copy --strict` passes) when all of its problem is kept.
 // A store is used from one thread at a time.
 #ifndef GRAVOK_DXF_STORE_H
 #define GRAVOK_DXF_STORE_H

@@ -244,7 +244,13 @@ void LandXmlStore::set_description(const gvk::ProblemDescription& description) {
 }
 
 void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
-  if (surfaces.empty()) return;
+  if (surfaces.empty()) {  // the main mesh alone, which set_eg_data put first
+    m_document.surfaces.resize(1);
+    m_document.surfaces[0].name = "Existing ground";
+    m_surface_ids = {0};
+    m_losses.set("surfaces without points (not written)", 0);
+    return;
+  }
   m_document.surfaces.clear();
   m_surface_ids.clear();
   unsigned long long records = 0, empty = 0;

@@ -118,7 +118,8 @@ class LandXmlStore : public gvk::DataStore,
   // set_break_lines gave (the first surface until then, "Existing ground"). LandXML
   // has no surface ids: reading the file back numbers the surfaces 0, 1, 2, ... A
   // surface without points or triangles is not written (declared lost). An empty list
-  // changes nothing.
+  // leaves the first surface alone, named "Existing ground" again: the one that
+  // set_eg_data fills.
   void set_surfaces(const std::vector<gvk::Surface>& surfaces) override;
 
   // What the store received that reading its file back does not give: objectives,

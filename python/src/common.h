@@ -25,6 +25,7 @@ void bind_data(py::module_& m);
 void bind_registry(py::module_& m);
 void bind_mesh(py::module_& m);
 void bind_log(py::module_& m);
+void bind_problem(py::module_& m);
 void bind_volume(py::module_& m);
 
 // A 1-D float64 array that owns `values`' memory.

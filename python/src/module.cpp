@@ -35,5 +35,6 @@ PYBIND11_MODULE(_gravok, m) {
   gravok_python::bind_registry(m);
   gravok_python::bind_mesh(m);
   gravok_python::bind_log(m);
+  gravok_python::bind_problem(m);
   gravok_python::bind_volume(m);
 }

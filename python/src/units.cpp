@@ -67,10 +67,13 @@ void bind_unit(py::module_& m, const char* name, const char* what) {
                  a.conversions.size() != b.conversions.size()) {
                return false;
              }
+             // A factor that is not a number (a length in an angle unit) equals
+             // itself, so that a unit equals its own copy.
              for (std::size_t k = 0; k < a.conversions.size(); ++k) {
                if (!a.conversions[k] != !b.conversions[k]) return false;
-               if (a.conversions[k] && a.conversions[k]() != b.conversions[k]())
-                 return false;
+               if (!a.conversions[k]) continue;
+               const double x = a.conversions[k](), y = b.conversions[k]();
+               if (x != y && !(std::isnan(x) && std::isnan(y))) return false;
              }
              return true;
            })

@@ -137,6 +137,7 @@ def test_a_dropped_load_plugin_result_leaves_the_module_loaded():
     plugin.unload()
     assert not plugin.is_loaded
     assert "landxml" not in gravok.dataSourceProviderNames()
+    gravok.load_plugin(path)  # loaded again, for the tests that follow
 
 
 def test_locations_are_str_or_path_like(json_plugin, example_problem):

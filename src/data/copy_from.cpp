@@ -136,7 +136,8 @@ Surface shifted_surface(DataSource& source, const DataStore& store) {
 }
 
 // Every surface the source lists, for a store that keeps several: each selected in
-// turn, then the first selected again, as a source starts.
+// turn, then the first selected again, as a source starts. A source that lists none
+// hands over an empty list, so that no surface of an earlier problem stays behind.
 void copy_surfaces(DataSource& source, DataStore& store) {
   auto* keeper = dynamic_cast<SurfaceStore*>(&store);
   if (!keeper) return;
@@ -144,7 +145,6 @@ void copy_surfaces(DataSource& source, DataStore& store) {
   std::vector<std::string> names;
   source.get_surfaces(ids, names);
   const std::size_t count = std::min(ids.size(), names.size());
-  if (count == 0) return;
   std::vector<Surface> surfaces;
   for (std::size_t i = 0; i < count; ++i) {
     source.select_surface(ids[i]);
@@ -152,7 +152,7 @@ void copy_surfaces(DataSource& source, DataStore& store) {
     surfaces.back().id = ids[i];
     surfaces.back().name = names[i];
   }
-  source.select_surface(ids.front());
+  if (count > 0) source.select_surface(ids.front());
   keeper->set_surfaces(surfaces);
 }
 

@@ -30,7 +30,7 @@ bool module_files(const fs::path& folder, std::vector<fs::path>& files,
                   std::error_code& error) {
   fs::directory_iterator entry(folder, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
+    const std::string name = entry->path().filename().u8string();
     std::error_code kind_error;
     if (name.empty() || name[0] == '.' || !detail::has_module_suffix(name) ||
         !entry->is_regular_file(kind_error))
@@ -38,7 +38,7 @@ bool module_files(const fs::path& folder, std::vector<fs::path>& files,
     files.push_back(entry->path());
   }
   std::sort(files.begin(), files.end(), [](const fs::path& a, const fs::path& b) {
-    return a.filename().string() < b.filename().string();
+    return a.filename().u8string() < b.filename().u8string();
   });
   return !error;
 }

@@ -44,7 +44,9 @@ namespace detail {
 std::string loaded_module_file(const std::string& path) {
   for (const HeldModule& held : held_modules()) {
     std::error_code code;
-    if (!held.file.empty() && std::filesystem::equivalent(path, held.file, code))
+    if (!held.file.empty() &&
+        std::filesystem::equivalent(std::filesystem::u8path(path),
+                                    std::filesystem::u8path(held.file), code))
       return held.file;
   }
   return {};

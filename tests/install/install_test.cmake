@@ -3,8 +3,10 @@
 # find the installed plug-ins by itself. Arguments: -DBUILD_DIR=<build tree>
 # -DWORK_DIR=<scratch folder> -DPREFIX=<absolute install prefix> -DLIBDIR=<the
 # install's library folder, relative> -DSITE_PLUGIN=<a working test module>
-# -DBARE_MODULE=<a module without entry points> -DLANDXML_FILE=<a LandXML surface>
-# and, in a multi-configuration build, -DCONFIG=<configuration>.
+# -DBARE_MODULE=<a module without entry points> -DLANDXML_FILE=<a LandXML surface>,
+# where the Python package is built -DPYTHON=<its interpreter> and -DPYTHON_DIR=<its
+# install folder, relative to the prefix or absolute>, and, in a multi-configuration
+# build, -DCONFIG=<configuration>.
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 set(failures "")
@@ -84,11 +86,13 @@ literal(landxml_re ${landxml})
 
 run(providers providers)
 check(providers 0 "landxml \\(store\\): [^\n]*\\[${landxml_re}\\]")
-# Every other module installed beside it is found as well.
+# Every other module installed beside it is found as well; the JSON and Triangle-file
+# formats are built into the tool, whose own providers keep their names.
 file(GLOB installed_modules ${plugins}/*.so)
 foreach(module IN LISTS installed_modules)
   literal(module_re ${module})
-  if(NOT module MATCHES "json_plugin" AND NOT providers_out MATCHES "\\[${module_re}\\]")
+  if(NOT module MATCHES "(json|triangle)_plugin" AND
+     NOT providers_out MATCHES "\\[${module_re}\\]")
     fail("gravok providers names no provider of ${module}:\n${providers_out}")
   endif()
 endforeach()
@@ -100,6 +104,24 @@ run(plot plot ${LANDXML_FILE} -o ${WORK_DIR}/surface.svg)
 check(plot 0 "" NOT "warning|error")
 if(NOT EXISTS ${WORK_DIR}/surface.svg)
   fail("plot wrote no ${WORK_DIR}/surface.svg")
+endif()
+
+# The moved tree's Python package opens it too, finding the same installed plug-ins
+# (the environment names none).
+if(PYTHON AND PYTHON_DIR AND NOT IS_ABSOLUTE "${PYTHON_DIR}")
+  set(ENV{PYTHONPATH} ${moved}/${PYTHON_DIR})
+  unset(ENV{GRAVOK_PLUGINS})
+  unset(ENV{GRAVOK_PLUGIN_PATH})
+  execute_process(
+    COMMAND ${PYTHON} -c "import sys, gravok
+problem = gravok.open(sys.argv[1])
+print(gravok.installed_plugin_folder(), [s.name for s in problem.surfaces])"
+            ${LANDXML_FILE}
+    RESULT_VARIABLE python_rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  unset(ENV{PYTHONPATH})
+  set(python_out "${err}${out}")
+  literal(plugins_re ${plugins})
+  check(python 0 "^${plugins_re} \\['A', 'B', 'C'\\]")
 endif()
 
 # The same module named again is skipped, not an error.

@@ -281,7 +281,8 @@ int mesh_clean(const Options& o) {
   gvk::remove_unused_vertices(x, y, z, triangles);
   // STEM names the files exactly: "out.d/site" writes out.d/site.1.node, whatever
   // dots the folders or the name hold.
-  write_node_ele(o.target + ".1.node", o.target + ".1.ele", x, y, z, triangles);
+  gvk_triangle::write_node_ele(o.target + ".1.node", o.target + ".1.ele", x, y, z,
+                               triangles);
   std::cout << vertices << " vertices: " << welded << " welded, "
             << vertices - welded - x.size() << " unused, " << x.size() << " kept; "
             << triangles.size() << " triangles\n";

@@ -221,7 +221,7 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells, bool site_
   start = Clock::now();
   const std::string node = outdir + "/site.1.node", ele = outdir + "/site.1.ele";
   try {
-    write_node_ele(node, ele, m.x, m.y, m.z, m.triangles);
+    gvk_triangle::write_node_ele(node, ele, m.x, m.y, m.z, m.triangles);
   } catch (const std::exception& e) {
     return fail(out, "node/ele", e.what());
   }

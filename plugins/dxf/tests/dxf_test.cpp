@@ -1,7 +1,7 @@
 // The DXF plug-in on small drawings made to show one rule each (quads and their
-// diagonal, welding, polyface meshes, layers and kinds, blocks, units, bad files), on
-// drawings written by other programs (tests/data/dxf), and the round trip through the
-// store.
+// diagonal, welding, polyface meshes, layers and kinds, blocks, units, bad files), and
+// the round trip through the store. Drawings written by other programs are read against
+// ezdxf in test_dxf_ezdxf.py.
 #include "dxf_drawing.h"
 #include "dxf_groups.h"
 #include "dxf_provider.h"
@@ -522,70 +522,6 @@ TEST(DxfReader, RefusesBadFilesNamingFileLineAndWhat) {
   }
 }
 
-std::string data_file(const std::string& name) {
-  return std::string(GRAVOK_DXF_DATA) + "/" + name;
-}
-
-// The drawings of tests/data/dxf, written by other programs, with what ezdxf counts in
-// them (tests/data/README.md): 3DFACE triangles (a fourth corner repeating the third
-// is one triangle, a quadrilateral two) and their distinct corners.
-TEST(DxfRealFiles, ReadsWhatEzdxfCounts) {
-  struct Row {
-    const char* file;
-    const char* break_layer;
-    const char* version;
-    std::int32_t unit;
-    std::size_t vertices, triangles, break_lines;
-    std::vector<const char*> warns;
-  };
-  const Row rows[] = {
-      {"ezdxf_minimal_r10.dxf",
-       "",
-       "AC1006",
-       gvk::kUnknownUnitType,
-       5,
-       3,
-       0,
-       {"states no unit (no $INSUNITS)", "layer \"1\": entities on a layer whose name"}},
-      {"ezdxf_polylines_r12.dxf",
-       "T-2DPLINE-ALL",
-       "AC1009",
-       gvk::kUnknownUnitType,
-       4,
-       2,
-       85,
-       {"arc segments read as straight chords (13 entities"}},
-      {"ezdxf_3dface_r2018.dxf",
-       "",
-       "AC1032",
-       0,
-       139,
-       66,
-       0,
-       {"layer \"0\": entities on a layer whose name names no element kind left out (5 "
-        "entities",
-        "left out: 16 MTEXT, 6 TEXT"}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.file);
-    gvk_dxf::ReadOptions options;
-    options.break_line_layer = row.break_layer;
-    Read r;
-    r.ok = gvk_dxf::read_drawing(data_file(row.file), options, r.drawing, r.error,
-                                 r.warnings);
-    ASSERT_TRUE(r.ok) << r.error;
-    EXPECT_EQ(r.drawing.version, row.version);
-    EXPECT_EQ(r.drawing.unit, row.unit);
-    ASSERT_EQ(r.drawing.surfaces.size(), 1u);
-    EXPECT_EQ(r.drawing.surfaces[0].x.size(), row.vertices);
-    EXPECT_EQ(r.drawing.surfaces[0].triangles.size(), row.triangles);
-    EXPECT_EQ(r.drawing.break_lines.size(), row.break_lines);
-    for (const char* warning : row.warns) {
-      EXPECT_NE(r.all_warnings().find(warning), std::string::npos) << r.all_warnings();
-    }
-  }
-}
-
 // ---------------------------------------------------------------------------------
 // Writing.
 
@@ -829,13 +765,16 @@ TEST(DxfStore, DeclaresWhatDxfCannotHold) {
        {{"triangle records", 1},
         {"mesh vertices that no triangle uses", 1},
         {"mesh vertices that repeat another's coordinates (read back as one)", 1}}},
-      {"units and a host version",
+      {"units, and an application's name as the host version",
        [](gvk_dxf::DxfStore& s) {
          s.set_units(gvk::Known<1>(8), gvk::Known<2>(8), gvk::Known<3>(8));
          s.set_hostcad_version("CAD 1");
          s.set_units(gvk::Known<1>(2), gvk::Known<2>(1), gvk::Known<3>(2));
        },
        {{"units DXF cannot state", 1}, {"host version", 1}}},
+      {"a drawing's own version is the file's, not the problem's",
+       [](gvk_dxf::DxfStore& s) { s.set_hostcad_version("DXF AC1032"); },
+       {}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);

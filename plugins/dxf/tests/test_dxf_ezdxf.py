@@ -7,6 +7,7 @@ and LandXML -> DXF -> LandXML keep the mesh bit for bit and every element."""
 import math
 import os
 import pathlib
+import struct
 
 import ezdxf
 from ezdxf import disassemble
@@ -169,32 +170,66 @@ def test_reads_what_ezdxf_writes(plugins, tmp_path, version):
     assert unit.name == ("unknown" if version == "R12" else "meter")
 
 
-def test_real_drawings_match_ezdxf(plugins):
-    for name in ("ezdxf_minimal_r10.dxf", "ezdxf_polylines_r12.dxf", "ezdxf_3dface_r2018.dxf"):
-        path = DATA / "dxf" / name
-        doc = ezdxf.readfile(str(path))
-        msp = doc.modelspace()
-        source = open_source(f"dxf:{path}?breaklines=T-2DPLINE-ALL")
-        got = surfaces(source)
-        faces = [e for e in msp if e.dxftype() == "3DFACE"]
-        want = ezdxf_triangles([[e[i] for i in range(4)] for e in faces])
-        layers = {e.dxf.layer for e in faces}
-        assert sorted(got) == sorted(layers), name
-        assert sum(len(m[3]) for m in got.values()) == len(want), name
-        polylines = [e for e in msp if e.dxftype() == "POLYLINE"]
-        # Each segment starts where ezdxf places the vertex: 2D polylines lie in their
-        # object coordinate system at their elevation.
-        starts = []
-        for p in polylines:
-            ocs, z = p.ocs(), p.dxf.elevation.z
-            flat = p.get_mode() == "AcDb2dPolyline"
-            points = [ocs.to_wcs(v.dxf.location.replace(z=z)) if flat else v.dxf.location
-                      for v in p.vertices]
-            starts += points if p.is_closed else points[:-1]
-        origin = np.array([source.get_xorig(), source.get_yorig(), source.get_zorig()])
-        got = [np.array([l.x1, l.y1, l.z1]) + origin for l in source.get_break_lines()]
-        assert len(got) == len(starts), name
-        assert np.allclose(np.reshape(got, (-1, 3)), np.reshape(starts, (-1, 3)), atol=1e-12), name
+def ezdxf_surfaces(msp):
+    """Per layer, the triangles of its 3DFACEs and polyface meshes as ezdxf reads them."""
+    out = {}
+    for e in msp:
+        if e.dxftype() == "3DFACE":
+            faces = [[e[i] for i in range(4)]]
+        elif e.dxftype() == "POLYLINE" and e.get_mode() == "AcDbPolyFaceMesh":
+            faces = [[v.dxf.location for v in face[:-1]] for face in e.faces()]
+        else:
+            continue
+        out.setdefault(e.dxf.layer, []).extend(ezdxf_triangles(faces))
+    return out
+
+
+def corner_count(triangles):
+    """Distinct corners, bit for bit (0.0 and -0.0 are two), as the plug-in welds them."""
+    return len({struct.pack("3d", *c) for t in triangles for c in t})
+
+
+# Drawings written by other programs (tests/data/README.md), each with the layer that
+# holds its break lines, if any.
+REAL_DRAWINGS = [("ezdxf_minimal_r10.dxf", ""), ("ezdxf_polylines_r12.dxf", "T-2DPLINE-ALL"),
+                 ("dxfjs_polyface_r2000.dxf", ""), ("ezdxf_3dface_r2018.dxf", "")]
+UNIT_NAMES = {4: "millimeter", 6: "meter"}
+
+
+@pytest.mark.parametrize("name,break_layer", REAL_DRAWINGS)
+def test_real_drawings_match_ezdxf(plugins, name, break_layer):
+    path = DATA / "dxf" / name
+    doc = ezdxf.readfile(str(path))
+    msp = doc.modelspace()
+    source = open_source(f"dxf:{path}?breaklines={break_layer}" if break_layer else f"dxf:{path}")
+    # ezdxf upgrades what it loads to R12 at least, so the version is taken from the text.
+    lines = path.read_text(errors="replace").splitlines()
+    version = lines[lines.index("$ACADVER") + 2].strip()
+    assert source.get_hostcad_version() == f"DXF {version}"
+    insunits = doc.header.get("$INSUNITS", 0)
+    assert source.get_linear_unit().name == UNIT_NAMES.get(insunits, "unknown")
+    got = surfaces(source)
+    want = ezdxf_surfaces(msp)
+    assert list(got) == list(want)
+    for layer, triangles in want.items():
+        assert len(got[layer][3]) == len(triangles), layer
+        assert len(got[layer][0]) == corner_count(triangles), layer
+        assert sorted(corner_triangles(got[layer])) == sorted(triangles), layer
+    polylines = [e for e in msp.query(f"POLYLINE[layer=='{break_layer}']")]
+    # Each segment starts where ezdxf places the vertex: 2D polylines lie in their
+    # object coordinate system at their elevation.
+    starts = []
+    for p in polylines:
+        ocs, z = p.ocs(), p.dxf.elevation.z
+        flat = p.get_mode() == "AcDb2dPolyline"
+        points = [ocs.to_wcs(v.dxf.location.replace(z=z)) if flat else v.dxf.location
+                  for v in p.vertices]
+        starts += points if p.is_closed else points[:-1]
+    origin = np.array([source.get_xorig(), source.get_yorig(), source.get_zorig()])
+    got = [np.array([l.x1, l.y1, l.z1]) + origin for l in source.get_break_lines()]
+    assert len(got) == len(starts)
+    if starts:
+        assert np.allclose(np.reshape(got, (-1, 3)), np.reshape(starts, (-1, 3)), atol=1e-12)
 
 
 def write_problem(source, path):

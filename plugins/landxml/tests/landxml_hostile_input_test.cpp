@@ -16,6 +16,7 @@
 #include <fstream>
 #include <functional>
 #include <new>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -46,9 +47,16 @@ struct Outcome {
   }
 };
 
+// A name of this process's own: test programs of other build trees on the machine
+// write their files into the same temporary folder at the same time.
+const std::string& process_token() {
+  static const std::string token = std::to_string(std::random_device{}());
+  return token;
+}
+
 Outcome read(const std::string& name, const std::string& text) {
   Outcome out;
-  out.path = testing::TempDir() + "landxml_hostile_" + name;
+  out.path = testing::TempDir() + "landxml_hostile_" + process_token() + "_" + name;
   std::ofstream(out.path, std::ios::binary | std::ios::trunc) << text;
   out.peak = peak_of([&] {
     out.ok = gvk_landxml::read_document(out.path, out.document, out.error, out.warnings);

@@ -176,8 +176,8 @@ if(LANDXML_PLUGIN)
          volume ${civil} ${civil} --top-surface D --plugin ${LANDXML_PLUGIN})
 endif()
 
-# A drawing of AutoCAD through the DXF plug-in module: inspected, copied to DXF with
-# nothing to drop and plotted; a problem with a NaN elevation is refused, and nothing is
+# Drawings of AutoCAD (R12) and of another CAD program (R2018) through the DXF plug-in
+# module: inspected, copied to DXF with nothing to drop and plotted; a problem with a NaN elevation is refused, and nothing is
 # written; what DXF cannot hold is listed, and fails --strict; volumes between the two
 # surfaces of a drawing.
 if(DXF_PLUGIN)
@@ -189,6 +189,12 @@ if(DXF_PLUGIN)
   expect(0 "mesh: 4 vertices, 2 triangles.*break lines: 85" inspect ${d}/copy.dxf
          --plugin ${DXF_PLUGIN})
   expect(0 "2 triangles drawn" plot ${d}/copy.dxf -o ${d}/copy.svg --plugin ${DXF_PLUGIN})
+  # A drawing of a later version copies strictly too: its own $ACADVER is no loss.
+  expect(0 "^$" copy --strict ${DATA_DIR}/dxf/ezdxf_3dface_r2018.dxf ${d}/r2018.dxf
+         --plugin ${DXF_PLUGIN})
+  # (a 3D model, not a terrain: its vertical faces are findings, exit status 1)
+  expect(1 "host: DXF AC1009.*mesh: 139 vertices, 66 triangles.*zero area in plan"
+         inspect ${d}/r2018.dxf --plugin ${DXF_PLUGIN})
   # The example problem holds a NaN elevation on purpose.
   expect(1 "cannot write .*nan.dxf: .*not finite"
          copy ${DATA_DIR}/../../docs/examples/small-problem.json ${d}/nan.dxf

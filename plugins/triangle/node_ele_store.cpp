@@ -11,7 +11,7 @@
 #include <cstring>
 #include <utility>
 
-namespace gravok_tool {
+namespace gvk_triangle {
 namespace {
 
 bool same(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
@@ -110,4 +110,4 @@ std::vector<gvk::StoreLoss> NodeEleStore::losses() const {
   return tally.losses();
 }
 
-}  // namespace gravok_tool
+}  // namespace gvk_triangle

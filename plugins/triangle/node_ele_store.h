@@ -1,11 +1,11 @@
-// The tool's store of Triangle .node and .ele pairs: "PATH.node" or "PATH.ele" writes
+// The store of Triangle .node and .ele pairs: "PATH.node" or "PATH.ele" writes
 // PATH.node and PATH.ele in the layout of gvk::PolyFile::to_files (write_node_ele),
 // when the outermost bulk bracket closes or a setter is called outside one. A pair
 // holds a mesh and nothing else, in absolute coordinates (the store's origin is zero)
 // with 12 decimals, so the store declares everything else it receives as lost
 // (gvk::DeclaresLosses). It starts empty: writing replaces an existing pair whole.
-#ifndef GRAVOK_TOOL_NODE_ELE_STORE_H
-#define GRAVOK_TOOL_NODE_ELE_STORE_H
+#ifndef GRAVOK_TRIANGLE_NODE_ELE_STORE_H
+#define GRAVOK_TRIANGLE_NODE_ELE_STORE_H
 
 #include <gravok/problem.h>
 #include <gravok/store_losses.h>
@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace gravok_tool {
+namespace gvk_triangle {
 
 class NodeEleStore : public gvk::ProblemStore, public gvk::DeclaresLosses {
  public:
@@ -42,6 +42,6 @@ class NodeEleStore : public gvk::ProblemStore, public gvk::DeclaresLosses {
   mutable int m_depth = 0;
 };
 
-}  // namespace gravok_tool
+}  // namespace gvk_triangle
 
-#endif  // GRAVOK_TOOL_NODE_ELE_STORE_H
+#endif  // GRAVOK_TRIANGLE_NODE_ELE_STORE_H

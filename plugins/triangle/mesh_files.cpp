@@ -16,7 +16,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace gravok_tool {
+namespace gvk_triangle {
 namespace {
 
 namespace fs = std::filesystem;
@@ -131,4 +131,4 @@ void write_node_ele(const std::string& node_path, const std::string& ele_path,
   }
 }
 
-}  // namespace gravok_tool
+}  // namespace gvk_triangle

@@ -1,17 +1,18 @@
 // Writing a mesh as a Triangle .node and .ele pair at exactly the paths a user names,
 // and making sure it was written. gvk::PolyFile::to_files cuts its base name at the
-// last "." anywhere in it (folders included) and reports nothing; the tool therefore
-// lets it write under a name of its own making in the system's temporary folder,
-// reads that pair back, and only then puts the bytes in place with gvk::replace_file.
-#ifndef GRAVOK_TOOL_MESH_FILES_H
-#define GRAVOK_TOOL_MESH_FILES_H
+// last "." anywhere in it (folders included) and reports nothing; write_node_ele
+// therefore lets it write under a name of its own making in the system's temporary
+// folder, reads that pair back, and only then puts the bytes in place with
+// gvk::replace_file. The gravok tool and the .node/.ele store both write through it.
+#ifndef GRAVOK_TRIANGLE_MESH_FILES_H
+#define GRAVOK_TRIANGLE_MESH_FILES_H
 
 #include <gravok/records.h>
 
 #include <string>
 #include <vector>
 
-namespace gravok_tool {
+namespace gvk_triangle {
 
 // Writes x, y, z and the triangles as the .node file `node_path` and the .ele file
 // `ele_path`, in the layout of gvk::PolyFile::to_files (12 decimals, vertices and
@@ -31,6 +32,6 @@ void write_node_ele(const std::string& node_path, const std::string& ele_path,
                     const std::vector<double>& z,
                     const std::vector<gvk::Triangle>& triangles);
 
-}  // namespace gravok_tool
+}  // namespace gvk_triangle
 
-#endif  // GRAVOK_TOOL_MESH_FILES_H
+#endif  // GRAVOK_TRIANGLE_MESH_FILES_H
