@@ -5,7 +5,9 @@
 // Exit status: 0 on success (inspect: no finding), 1 when a command did its work and
 // found a problem (inspect: findings; roundtrip: something lost; copy, dump, mesh
 // clean: the store or the file failed), 2 on a usage error or when a location, file
-// or plug-in cannot be opened.
+// or plug-in cannot be opened. Output that does not reach standard output (a full
+// disk, a closed pipe) fails the command too: "gravok: cannot write the standard
+// output: REASON", and status 1 where it would have been 0.
 #include "builtin_providers.h"
 #include "commands.h"
 #include "gravok_version.h"
@@ -16,7 +18,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -54,6 +58,20 @@ std::string unknown_command(int argc, char** argv, CLI::App& app) {
     level = next;
   }
   return {};
+}
+
+// Flushes standard output; when what was written there did not all arrive, says so
+// with the system's reason and turns a success into a failure. Standard output is
+// synchronised with stdio, so that a write error shows only when the buffer is
+// flushed: here, before the process ends, with its errno still fresh.
+int with_output_written(int status) {
+  errno = 0;
+  std::cout.flush();
+  if (std::cout) return status;
+  const int error = errno;
+  std::cerr << "gravok: cannot write the standard output"
+            << (error ? std::string(": ") + std::strerror(error) : std::string()) << "\n";
+  return status == gravok_tool::kSuccess ? gravok_tool::kFailed : status;
 }
 
 }  // namespace
@@ -176,11 +194,11 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
-    return app.exit(e);
+    return with_output_written(app.exit(e));
   } catch (const CLI::CallForAllHelp& e) {
-    return app.exit(e);
+    return with_output_written(app.exit(e));
   } catch (const CLI::CallForVersion& e) {
-    return app.exit(e);
+    return with_output_written(app.exit(e));
   } catch (const CLI::ParseError& e) {
     const std::string unknown = unknown_command(argc, argv, app);
     if (unknown.empty()) {
@@ -229,5 +247,5 @@ int main(int argc, char** argv) {
   }
   plugins = gvk::PluginLoadResult();
   gravok_tool::unregister_builtin_providers();
-  return status;
+  return with_output_written(status);
 }
