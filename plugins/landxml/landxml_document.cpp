@@ -508,6 +508,7 @@ class Reader {
     switch (parent) {
       case Kind::kRoot:
         if (named("Units")) {
+          m_has_units = true;
           m_metric = UnitSystem();
           m_imperial = UnitSystem();
           return Kind::kUnits;
@@ -641,6 +642,8 @@ class Reader {
       }
       kind = Kind::kRoot;
       m_root = excerpt(name);
+      m_root_line = line();
+      m_root_warnings = m_warnings.size();
     } else if (m_skipped_from == 0) {
       kind = kind_of(m_kinds.back(), name, local, atts);
     }
@@ -662,6 +665,15 @@ class Reader {
     --m_depth;
     m_capturing = false;
     switch (kind) {
+      case Kind::kRoot:
+        // A file that does not state its units is read with the unknown unit, never a
+        // guess; the warning comes first, as the root it is about does.
+        if (!m_has_units) {
+          m_warnings.insert(
+              m_warnings.begin() + static_cast<std::ptrdiff_t>(m_root_warnings),
+              at(m_root_line) + "no <Units>: the units are unknown");
+        }
+        return;
       case Kind::kUnits: return end_units();
       case Kind::kPnts: m_pnts_done = true; return;
       case Kind::kP: return end_point();
@@ -852,6 +864,9 @@ class Reader {
   std::size_t m_depth = 0;
   std::size_t m_skipped_from = 0;
   std::string m_root;  // the root element's name
+  unsigned long m_root_line = 0;
+  std::size_t m_root_warnings = 0;  // warnings before the root's
+  bool m_has_units = false;
 
   // The text of the element being read (a <P>, <F> or point list).
   std::string m_text;

@@ -15,14 +15,18 @@
 
 #include <gravok/log.h>
 #include <gravok/plugin.h>
+#include <gravok/text.h>
 
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <locale>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -60,6 +64,24 @@ std::string unknown_command(int argc, char** argv, CLI::App& app) {
   return {};
 }
 
+// A distance that means something: a finite number, zero included (welds of vertices
+// that coincide exactly) or, with `positive`, above zero.
+CLI::Validator distance(bool positive) {
+  return CLI::Validator(
+      [positive](std::string& text) -> std::string {
+        double value = 0.0;
+        std::istringstream in(text);
+        in.imbue(std::locale::classic());
+        if (!(in >> value) || !std::isfinite(value))
+          return "not a finite number: " + text;
+        if (value < 0 || (positive && value == 0))
+          return std::string("must be ") + (positive ? "above" : "at least") +
+                 " 0, not " + text;
+        return "";
+      },
+      positive ? "POSITIVE" : "NON-NEGATIVE");
+}
+
 // Flushes standard output; when what was written there did not all arrive, says so
 // with the system's reason and turns a success into a failure. Standard output is
 // synchronised with stdio, so that a write error shows only when the buffer is
@@ -94,7 +116,8 @@ int main(int argc, char** argv) {
   app.add_flag("--no-plugins", no_plugins,
                "load no plug-in module but those named by --plugin (neither the "
                "installed ones nor those of GRAVOK_PLUGIN_PATH and GRAVOK_PLUGINS)");
-  app.add_flag("--verbose", verbose, "log to the console at debug level");
+  app.add_flag("--verbose", verbose,
+               "log to the console at debug level (warnings are shown without it)");
   app.set_version_flag("--version",
                        "gravok " GRAVOK_TOOL_VERSION
                        " (gravok-data " GRAVOK_TOOL_LIBRARY_VERSION ")",
@@ -105,8 +128,10 @@ int main(int argc, char** argv) {
   CLI::App* inspect = app.add_subcommand(
       "inspect", "summarise a problem and report what the library never checks");
   inspect->add_option("location", o.location, "the problem to open")->required();
-  inspect->add_option("--tolerance", o.tolerance,
-                      "report vertices that weld within this plan distance (default 0)");
+  inspect
+      ->add_option("--tolerance", o.tolerance,
+                   "report vertices that weld within this plan distance (default 0)")
+      ->check(distance(false));
   inspect->add_flag("--json", o.json, "print the findings as JSON");
 
   CLI::App* copy =
@@ -136,7 +161,9 @@ int main(int argc, char** argv) {
       "clean", "weld vertices, drop unused ones and write .1.node and .1.ele files");
   clean->add_option("input", o.location, "the problem whose mesh to clean")->required();
   clean->add_option("-o,--output", o.target, "stem of the files to write")->required();
-  clean->add_option("--tolerance", o.tolerance, "weld distance in plan")->required();
+  clean->add_option("--tolerance", o.tolerance, "weld distance in plan (0: exact)")
+      ->required()
+      ->check(distance(false));
 
   CLI::App* uid = app.add_subcommand("uid", "print the uid of each GUID text");
   uid->add_option("text", o.words, "GUID texts")->required();
@@ -151,7 +178,8 @@ int main(int argc, char** argv) {
       ->required();
   plot->add_option("--contour", o.contour,
                    "contour interval in the problem's linear unit (default: from the "
-                   "elevation range)");
+                   "elevation range)")
+      ->check(distance(true));
   plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
   plot->add_option("--compare", o.compare,
                    "draw the cut and fill of this problem's surface (the top) against "
@@ -209,7 +237,17 @@ int main(int argc, char** argv) {
     return gravok_tool::kUsage;
   }
 
-  if (verbose) gvk::Log::RegisterConsoleLogger(gvk::Log::debug);
+  // Warnings reach the user without --verbose, as lines of the tool's own: a file read
+  // with less than it states (a LandXML file without units, a break line left out).
+  if (verbose) {
+    gvk::Log::RegisterConsoleLogger(gvk::Log::debug);
+  } else {
+    gvk::Log::RegisterHandler(
+        [](const gvk::Log::Entry& entry) {
+          std::cerr << "gravok: warning: " << gvk::to_utf8(entry.message) << "\n";
+        },
+        gvk::Log::warn);
+  }
   gravok_tool::register_builtin_providers();
 
   // Modules stay loaded until every source and store of the command is gone: the
