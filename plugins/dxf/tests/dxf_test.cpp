@@ -525,8 +525,11 @@ TEST(DxfReader, RefusesBadFilesNamingFileLineAndWhat) {
 // ---------------------------------------------------------------------------------
 // Writing.
 
+// A name of this process's own: test programs of other build trees on the machine
+// write their files into the same temporary folder at the same time.
 std::string temp_path(const std::string& name) {
-  return testing::TempDir() + "dxf_test_" + name;
+  static const std::string token = std::to_string(std::random_device{}());
+  return testing::TempDir() + "dxf_test_" + token + "_" + name;
 }
 
 // A mesh of n x n vertices at state-plane coordinates with values that need all 17
