@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -41,8 +42,24 @@ Problem clean_problem() {
   return p;
 }
 
-TEST(Inspect, ACleanProblemHasNoFinding) {
-  EXPECT_TRUE(gravok_tool::inspect_problem(clean_problem(), 0.5).empty());
+// Whichever way the triangles turn (real surveys are often clockwise): points on the
+// mesh's boundary, on each of a triangle's three edges in turn (low points at (0, 5)
+// and (5, 0), the drain line's last vertex at (19, 20)), are inside, where a test of
+// one orientation alone would put them outside the mesh.
+TEST(Inspect, ACleanProblemHasNoFindingWhicheverWayItsTrianglesTurn) {
+  for (const bool clockwise : {false, true}) {
+    SCOPED_TRACE(clockwise ? "clockwise" : "counter-clockwise");
+    Problem p = clean_problem();
+    for (const double at : {0.0, 5.0}) {
+      gravok_grading_element low{};
+      low.location[0] = at;
+      low.location[1] = 5 - at;
+      p.elements[LowPoint].records.push_back(low);
+    }
+    if (clockwise)
+      for (gvk::Triangle& t : p.mesh.triangles) std::swap(t[1], t[2]);
+    EXPECT_TRUE(gravok_tool::inspect_problem(p, 0.5).empty());
+  }
 }
 
 TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
