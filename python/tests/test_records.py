@@ -59,3 +59,17 @@ def test_units_travel_through_the_complete_transfer(json_plugin, example_problem
     assert np.allclose(linear.conversions[:8], gravok.Unit1.known(2).conversions[:8])
     assert area.type == 9 and isinstance(volume, gravok.Unit3)
     assert store.version == "SiteDesigner 12.4"
+
+
+COMPLEX_FIELDS = ["double_lists_%d" % i for i in range(1, 12)] + ["int_lists"]
+
+
+@pytest.mark.parametrize("field", COMPLEX_FIELDS)
+def test_complex_data_equal_exactly_when_every_field_is(field):
+    a, b = gravok.ComplexElementData(), gravok.ComplexElementData()
+    for name in COMPLEX_FIELDS:
+        setattr(a, name, [[1]])
+        setattr(b, name, [[1]])
+    assert a == b
+    setattr(b, field, [[2]])
+    assert a != b
