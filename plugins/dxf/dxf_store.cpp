@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -32,12 +31,6 @@ bool empty(const gvk::DataSource::ComplexElementData& d) {
     if (!list->empty()) return false;
   }
   return d.int_lists.empty();
-}
-
-// Whether a value handed to a setter differs from what reading the file back answers:
-// gvk::DataSource's default. NaN equals NaN here.
-bool differs(double value, double default_value) {
-  return !(value == default_value || (std::isnan(value) && std::isnan(default_value)));
 }
 
 bool is_polyline_kind(std::int32_t kind) {
@@ -130,10 +123,7 @@ void DxfStore::set_eg_data(const std::vector<double>& x, const std::vector<doubl
                            const std::vector<gravok_triangle_info>& triangle_info) {
   m_x = x, m_y = y, m_z = z;
   m_triangles = triangles;
-  m_losses.set("triangle records",
-               static_cast<unsigned long long>(std::count_if(
-                   triangle_info.begin(), triangle_info.end(),
-                   [](const gravok_triangle_info& i) { return !all_zero(i); })));
+  m_losses.set("triangle records", gvk_plugin::nonzero_triangle_records(triangle_info));
   // Vertices that no triangle names, and vertices that repeat one before them, do
   // not come back as vertices of their own.
   std::vector<bool> used(m_x.size(), false);
@@ -164,10 +154,6 @@ void DxfStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_break_lines = lines;
 }
 
-void DxfStore::set_objectives(const std::vector<gravok_objective>& objectives) {
-  m_losses.set("objectives", objectives.size());
-}
-
 void DxfStore::set_low_points(const std::vector<gravok_grading_element>& e) {
   keep_kind(LowPoint, {e, {}, {}, true, false});
 }
@@ -192,39 +178,6 @@ void DxfStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e
 void DxfStore::set_complex_elements(GradingElementType kind,
                                     const std::vector<gravok_grading_element>& e) {
   keep_kind(kind, {e, {}, {}, false, false});
-}
-
-void DxfStore::set_fix_boundary(bool fix) {
-  m_losses.set("settings (fix boundary)", fix != gvk::DataSource().fix_boundary());
-}
-void DxfStore::set_max_slope(double slope) {
-  m_losses.set("settings (max slope)", differs(slope, gvk::DataSource().get_max_slope()));
-}
-void DxfStore::set_min_slope(double slope) {
-  m_losses.set("settings (min slope)", differs(slope, gvk::DataSource().get_min_slope()));
-}
-void DxfStore::set_volume_constraint(VolumeConstraint constraint) {
-  m_losses.set("settings (volume constraint)",
-               constraint != gvk::DataSource().get_volume_constraint());
-}
-void DxfStore::set_max_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (max slopes)", slopes.size());
-}
-void DxfStore::set_min_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (min slopes)", slopes.size());
-}
-void DxfStore::set_mesh_metric(mesh_metric metric) {
-  const mesh_metric d = gvk::DataSource().get_mesh_metric();
-  m_losses.set("settings (mesh metric)",
-               metric.kind != d.kind || differs(metric.value, d.value) ||
-                   metric.flag_a != d.flag_a || metric.flag_b != d.flag_b);
-}
-void DxfStore::set_max_iteration_count(long long count) {
-  m_losses.set("settings (max iteration count)",
-               count != gvk::DataSource().get_max_iteration_count());
-}
-void DxfStore::set_epsilon(double epsilon) {
-  m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
 }
 
 void DxfStore::set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,

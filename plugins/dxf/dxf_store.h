@@ -33,9 +33,7 @@
 #define GRAVOK_DXF_STORE_H
 
 #include "dxf_drawing.h"
-
-#include <gravok/data_store.h>
-#include <gravok/store_losses.h>
+#include "format_store.h"
 
 #include <map>
 #include <string>
@@ -43,7 +41,7 @@
 
 namespace gvk_dxf {
 
-class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
+class DxfStore : public gvk_plugin::FormatStore {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit DxfStore(std::string path);
@@ -56,7 +54,6 @@ class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
   // std::system_error ("cannot write PATH: the system's reason") when the file cannot
   // be written; nothing is written then, and a file that was there stays as it was.
   void save() const;
-  std::vector<gvk::StoreLoss> losses() const override { return m_losses.losses(); }
 
   // Saves (see save(), whose exceptions pass through).
   void endBulkOperation() const override;
@@ -68,7 +65,6 @@ class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
                    const std::vector<gvk::Triangle>& triangles,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_objectives(const std::vector<gravok_objective>& objectives) override;
 
   // Element setters keep the records of one kind, replacing earlier ones of that
   // kind. Kinds with polylines get their vertices only through
@@ -83,15 +79,7 @@ class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
   void set_complex_elements(GradingElementType kind,
                             const std::vector<gravok_grading_element>& elements) override;
 
-  void set_fix_boundary(bool fix) override;
-  void set_max_slope(double slope) override;
-  void set_min_slope(double slope) override;
-  void set_volume_constraint(VolumeConstraint constraint) override;
-  void set_max_slopes(const std::vector<double>& slopes) override;
-  void set_min_slopes(const std::vector<double>& slopes) override;
-  void set_mesh_metric(mesh_metric metric) override;
-  void set_max_iteration_count(long long count) override;
-  void set_epsilon(double epsilon) override;
+  // The settings and objectives: declared lost by FormatStore.
 
   void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
                              const gvk::Unit<3>& volume) override;
@@ -132,7 +120,6 @@ class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
   std::vector<gvk::Triangle> m_triangles;
   std::vector<gravok_line_3d> m_break_lines;
   std::map<std::int32_t, Kind> m_kinds;
-  gvk::LossTally m_losses;
 };
 
 }  // namespace gvk_dxf

@@ -2,9 +2,6 @@
 
 #include <gravok/element_types.h>
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
 #include <utility>
 
 namespace gvk_landxml {
@@ -22,12 +19,6 @@ std::string kind_name(std::int32_t kind) {
 // the first.
 bool is_outline(std::int32_t kind) {
   return kind == SurfaceZone || kind == BuildingPad || kind == Pond || kind == ParkingLot;
-}
-
-// Whether a value handed to a setter differs from what reading the file back answers:
-// gvk::DataSource's default. NaN equals NaN here.
-bool differs(double value, double default_value) {
-  return !(value == default_value || (std::isnan(value) && std::isnan(default_value)));
 }
 
 // The unit types that reading the file back gives for those the store writes: the
@@ -110,13 +101,7 @@ void LandXmlStore::set_eg_data(const std::vector<double>& x, const std::vector<d
                                const std::vector<double>& z,
                                const std::vector<gvk::Triangle>& triangles,
                                const std::vector<gravok_triangle_info>& triangle_info) {
-  const gravok_triangle_info zero{};
-  m_losses.set("triangle records", static_cast<unsigned long long>(std::count_if(
-                                       triangle_info.begin(), triangle_info.end(),
-                                       [&](const gravok_triangle_info& info) {
-                                         return std::memcmp(&info, &zero, sizeof zero) !=
-                                                0;
-                                       })));
+  m_losses.set("triangle records", gvk_plugin::nonzero_triangle_records(triangle_info));
   Surface& s = m_document.surfaces[0];
   s.x = x;
   s.y = y;
@@ -126,43 +111,6 @@ void LandXmlStore::set_eg_data(const std::vector<double>& x, const std::vector<d
 
 void LandXmlStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_document.surfaces[0].break_lines = lines;
-}
-
-void LandXmlStore::set_objectives(const std::vector<gravok_objective>& objectives) {
-  m_losses.set("objectives", objectives.size());
-}
-
-void LandXmlStore::set_fix_boundary(bool fix) {
-  m_losses.set("settings (fix boundary)", fix != gvk::DataSource().fix_boundary());
-}
-void LandXmlStore::set_max_slope(double slope) {
-  m_losses.set("settings (max slope)", differs(slope, gvk::DataSource().get_max_slope()));
-}
-void LandXmlStore::set_min_slope(double slope) {
-  m_losses.set("settings (min slope)", differs(slope, gvk::DataSource().get_min_slope()));
-}
-void LandXmlStore::set_volume_constraint(VolumeConstraint constraint) {
-  m_losses.set("settings (volume constraint)",
-               constraint != gvk::DataSource().get_volume_constraint());
-}
-void LandXmlStore::set_max_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (max slopes)", slopes.size());
-}
-void LandXmlStore::set_min_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (min slopes)", slopes.size());
-}
-void LandXmlStore::set_mesh_metric(mesh_metric metric) {
-  const mesh_metric d = gvk::DataSource().get_mesh_metric();
-  m_losses.set("settings (mesh metric)",
-               metric.kind != d.kind || differs(metric.value, d.value) ||
-                   metric.flag_a != d.flag_a || metric.flag_b != d.flag_b);
-}
-void LandXmlStore::set_max_iteration_count(long long count) {
-  m_losses.set("settings (max iteration count)",
-               count != gvk::DataSource().get_max_iteration_count());
-}
-void LandXmlStore::set_epsilon(double epsilon) {
-  m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
 }
 
 void LandXmlStore::keep_kind(std::int32_t kind, Kind data) {
@@ -254,7 +202,6 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
   m_document.surfaces.clear();
   m_surface_ids.clear();
   unsigned long long records = 0, empty = 0;
-  const gravok_triangle_info zero{};
   for (const gvk::Surface& given : surfaces) {
     empty += given.mesh.x.empty() && given.mesh.triangles.empty();
     Surface s;
@@ -264,9 +211,7 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
     s.z = given.mesh.z;
     s.triangles = given.mesh.triangles;
     s.break_lines = given.break_lines;
-    for (const gravok_triangle_info& info : given.mesh.triangle_info) {
-      records += std::memcmp(&info, &zero, sizeof zero) != 0;
-    }
+    records += gvk_plugin::nonzero_triangle_records(given.mesh.triangle_info);
     m_document.surfaces.push_back(std::move(s));
     m_surface_ids.push_back(given.id);
   }

@@ -15,10 +15,9 @@
 #ifndef GRAVOK_LANDXML_STORE_H
 #define GRAVOK_LANDXML_STORE_H
 
+#include "format_store.h"
 #include "landxml_document.h"
 
-#include <gravok/data_store.h>
-#include <gravok/store_losses.h>
 #include <gravok/surfaces.h>
 
 #include <map>
@@ -27,8 +26,7 @@
 
 namespace gvk_landxml {
 
-class LandXmlStore : public gvk::DataStore,
-                     public gvk::DeclaresLosses,
+class LandXmlStore : public gvk_plugin::FormatStore,
                      public gvk::DescribedStore,
                      public gvk::SurfaceStore {
  public:
@@ -60,7 +58,6 @@ class LandXmlStore : public gvk::DataStore,
                    const std::vector<gvk::Triangle>& triangles,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_objectives(const std::vector<gravok_objective>& objectives) override;
 
   // Element setters keep the records of one kind, replacing earlier ones of that kind.
   // Low points and bounded points are written as <CgPoint> "<Kind> <n>" (n from 1 in
@@ -81,17 +78,8 @@ class LandXmlStore : public gvk::DataStore,
   void set_complex_elements(GradingElementType kind,
                             const std::vector<gravok_grading_element>& elements) override;
 
-  // The settings have no place in LandXML: each that differs from gvk::DataSource's
-  // default is declared lost ("settings (max slope)").
-  void set_fix_boundary(bool fix) override;
-  void set_max_slope(double slope) override;
-  void set_min_slope(double slope) override;
-  void set_volume_constraint(VolumeConstraint constraint) override;
-  void set_max_slopes(const std::vector<double>& slopes) override;
-  void set_min_slopes(const std::vector<double>& slopes) override;
-  void set_mesh_metric(mesh_metric metric) override;
-  void set_max_iteration_count(long long count) override;
-  void set_epsilon(double epsilon) override;
+  // The settings and objectives have no place in LandXML: FormatStore declares each
+  // setting that differs from gvk::DataSource's default lost ("settings (max slope)").
 
   // The complete transfer: units, break lines and host version as their setters
   // take them; the elements of every kind (Unclassified included) with their xs and
@@ -122,12 +110,11 @@ class LandXmlStore : public gvk::DataStore,
   // set_eg_data fills.
   void set_surfaces(const std::vector<gvk::Surface>& surfaces) override;
 
-  // What the store received that reading its file back does not give: objectives,
-  // settings that differ from the defaults, triangle records that are not all zero
-  // bytes, units LandXML cannot name, the host version, and the grading elements of
-  // each kind, which are written as points and plan features for other programs but
-  // not read back (the reader reads surfaces).
-  std::vector<gvk::StoreLoss> losses() const override { return m_losses.losses(); }
+  // losses() (FormatStore) lists what the store received that reading its file back
+  // does not give: objectives, settings that differ from the defaults, triangle
+  // records that are not all zero bytes, units LandXML cannot name, the host version,
+  // and the grading elements of each kind, which are written as points and plan
+  // features for other programs but not read back (the reader reads surfaces).
 
   // As a source the store answers what it holds, in absolute coordinates (origin 0).
   void get_linear_unit(gvk::Unit<1>& unit) const override;
@@ -156,7 +143,6 @@ class LandXmlStore : public gvk::DataStore,
   std::vector<unsigned long long> m_surface_ids;  // of m_document.surfaces, in order
   std::map<unsigned long long, std::string> m_surface_descriptions;
   std::string m_host_version;
-  gvk::LossTally m_losses;
 };
 
 }  // namespace gvk_landxml
