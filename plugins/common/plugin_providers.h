@@ -1,6 +1,7 @@
 // What the file-format plug-ins share about their providers: taking a location apart
-// ("name:PATH", "PATH.ext") and registering a module's source and store provider under
-// one name so that unregistering removes exactly those two.
+// ("name:PATH", "PATH.ext"), loading a source and reporting why it cannot be opened,
+// and registering a module's source and store provider under one name so that
+// unregistering removes exactly those two.
 //
 // Header-only and internal to the plug-ins (each module compiles its own copy); not
 // part of the library's interface. Registration takes no lock: the host loads and
@@ -8,6 +9,7 @@
 #ifndef GRAVOK_PLUGIN_PROVIDERS_H
 #define GRAVOK_PLUGIN_PROVIDERS_H
 
+#include <gravok/log.h>
 #include <gravok/providers.h>
 
 #include <algorithm>
@@ -38,6 +40,23 @@ inline bool ends_in(const std::string& path, const std::string& suffix) {
     if (lower != suffix[i]) return false;
   }
   return true;
+}
+
+// Loads `source` (a source with load(), warnings() and error()), logs each of its
+// warnings at warn level, and returns it; when the load fails, reports its error
+// through gvk::reportRefusal (so that the host tells its user why) and returns an empty
+// pointer.
+template <typename Source>
+std::unique_ptr<gvk::DataSource> loaded_or_refused(std::unique_ptr<Source> source) {
+  const bool loaded = source->load();
+  for (const std::string& warning : source->warnings()) {
+    GRAVOK_LOG_WARN << warning;
+  }
+  if (!loaded) {
+    gvk::reportRefusal(source->error());
+    return nullptr;
+  }
+  return source;
 }
 
 // The address of the provider of type `Provider` that register_providers registered,

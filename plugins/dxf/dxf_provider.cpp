@@ -4,8 +4,6 @@
 #include "dxf_store.h"
 #include "plugin_providers.h"
 
-#include <gravok/log.h>
-
 #include <filesystem>
 #include <fstream>
 #include <utility>
@@ -60,16 +58,8 @@ std::string SourceProvider::description() const {
 std::unique_ptr<gvk::DataSource> SourceProvider::createDataSource(
     const std::string& location) const {
   Location l = parse(location);
-  auto source = std::make_unique<DxfSource>(l.path, std::move(l.options));
-  const bool loaded = source->load();
-  for (const std::string& warning : source->warnings()) {
-    GRAVOK_LOG_WARN << warning;
-  }
-  if (!loaded) {
-    gvk::reportRefusal(source->error());
-    return nullptr;
-  }
-  return source;
+  return gvk_plugin::loaded_or_refused(
+      std::make_unique<DxfSource>(l.path, std::move(l.options)));
 }
 
 StoreProvider::~StoreProvider() { gvk_plugin::forget_registered(this); }

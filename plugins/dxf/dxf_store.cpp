@@ -22,17 +22,6 @@ bool all_zero(const T& record) {
   return std::memcmp(&record, zero, sizeof(T)) == 0;
 }
 
-bool empty(const gvk::DataSource::ComplexElementData& d) {
-  const std::vector<std::vector<double>>* lists[] = {
-      &d.double_lists_1, &d.double_lists_2,  &d.double_lists_3, &d.double_lists_4,
-      &d.double_lists_5, &d.double_lists_6,  &d.double_lists_7, &d.double_lists_8,
-      &d.double_lists_9, &d.double_lists_10, &d.double_lists_11};
-  for (const auto* list : lists) {
-    if (!list->empty()) return false;
-  }
-  return d.int_lists.empty();
-}
-
 bool is_polyline_kind(std::int32_t kind) {
   return kind != LowPoint && kind != BoundedPoint && kind != Offset;
 }
@@ -72,7 +61,7 @@ Drawing DxfStore::drawing_to_write() const {
   return d;
 }
 
-void DxfStore::keep_kind(std::int32_t kind, Kind k) {
+void DxfStore::keep_elements(std::int32_t kind, ReceivedElements k) {
   const std::string name = kind_layer(kind);
   unsigned long long opaque = 0, slots = 0, bare = 0;
   for (std::size_t i = 0; i < k.records.size(); ++i) {
@@ -152,48 +141,6 @@ void DxfStore::set_eg_data(const std::vector<double>& x, const std::vector<doubl
 
 void DxfStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_break_lines = lines;
-}
-
-void DxfStore::set_low_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(LowPoint, {e, {}, {}, true, false});
-}
-void DxfStore::set_bounded_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BoundedPoint, {e, {}, {}, true, false});
-}
-void DxfStore::set_offsets(const std::vector<gravok_grading_element>& e) {
-  keep_kind(Offset, {e, {}, {}, true, false});
-}
-void DxfStore::set_drain_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(DrainLine, {e, {}, {}, false, false});
-}
-void DxfStore::set_bend_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BendLine, {e, {}, {}, false, false});
-}
-void DxfStore::set_aligned_edges(const std::vector<gravok_grading_element>& e) {
-  keep_kind(AlignedEdge, {e, {}, {}, false, false});
-}
-void DxfStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e) {
-  keep_kind(SurfaceZone, {e, {}, {}, false, false});
-}
-void DxfStore::set_complex_elements(GradingElementType kind,
-                                    const std::vector<gravok_grading_element>& e) {
-  keep_kind(kind, {e, {}, {}, false, false});
-}
-
-void DxfStore::set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                                     const gvk::Unit<3>& volume) {
-  set_units(linear, area, volume);
-}
-
-void DxfStore::set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) {
-  set_break_lines(lines);
-}
-
-void DxfStore::set_transferred_grading_elements(
-    GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-    const std::vector<std::vector<double>>& xs,
-    const std::vector<std::vector<double>>& ys, const ComplexElementData& complex_data) {
-  keep_kind(kind, {elements, xs, ys, true, !empty(complex_data)});
 }
 
 void DxfStore::set_hostcad_version(const std::string& version) {

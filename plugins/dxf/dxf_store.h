@@ -66,29 +66,11 @@ class DxfStore : public gvk_plugin::FormatStore {
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
 
-  // Element setters keep the records of one kind, replacing earlier ones of that
-  // kind. Kinds with polylines get their vertices only through
-  // set_transferred_grading_elements.
-  void set_low_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_offsets(const std::vector<gravok_grading_element>& elements) override;
-  void set_drain_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_bend_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_aligned_edges(const std::vector<gravok_grading_element>& elements) override;
-  void set_trizone_polygons(const std::vector<gravok_grading_element>& elements) override;
-  void set_complex_elements(GradingElementType kind,
-                            const std::vector<gravok_grading_element>& elements) override;
-
+  // Elements (FormatStore's setters): each kind's records, replacing earlier ones of
+  // that kind. Kinds with polylines get their vertices only through the complete
+  // transfer (set_transferred_grading_elements).
   // The settings and objectives: declared lost by FormatStore.
 
-  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                             const gvk::Unit<3>& volume) override;
-  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_transferred_grading_elements(
-      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-      const std::vector<std::vector<double>>& xs,
-      const std::vector<std::vector<double>>& ys,
-      const ComplexElementData& complex_data) override;
   void set_hostcad_version(const std::string& version) override;
 
   // As a source the store answers the mesh, units and break lines it holds, in
@@ -102,15 +84,8 @@ class DxfStore : public gvk_plugin::FormatStore {
   void get_break_lines(std::vector<gravok_line_3d>& lines) const override;
 
  private:
-  struct Kind {
-    std::vector<gravok_grading_element> records;
-    std::vector<std::vector<double>> xs, ys;
-    bool geometry = false;  // xs and ys arrived
-    bool complex = false;   // complex data arrived that is not empty
-  };
   Drawing drawing_to_write() const;
-  // Keeps the elements of `kind` and sets their losses.
-  void keep_kind(std::int32_t kind, Kind data);
+  void keep_elements(std::int32_t kind, ReceivedElements elements) override;
 
   std::string m_path;
   std::string m_surface_name = "Existing ground";
@@ -119,7 +94,7 @@ class DxfStore : public gvk_plugin::FormatStore {
   std::vector<double> m_x, m_y, m_z;
   std::vector<gvk::Triangle> m_triangles;
   std::vector<gravok_line_3d> m_break_lines;
-  std::map<std::int32_t, Kind> m_kinds;
+  std::map<std::int32_t, ReceivedElements> m_kinds;
 };
 
 }  // namespace gvk_dxf

@@ -4,8 +4,6 @@
 #include "landxml_store.h"
 #include "plugin_providers.h"
 
-#include <gravok/log.h>
-
 #include <filesystem>
 
 namespace gvk_landxml {
@@ -33,16 +31,7 @@ std::unique_ptr<gvk::DataSource> SourceProvider::createDataSource(
     gvk::reportRefusal(std::move(fault));
     return nullptr;
   }
-  auto source = std::make_unique<LandXmlSource>(path);
-  const bool loaded = source->load();
-  for (const std::string& warning : source->warnings()) {
-    GRAVOK_LOG_WARN << warning;
-  }
-  if (!loaded) {
-    gvk::reportRefusal(source->error());
-    return nullptr;
-  }
-  return source;
+  return gvk_plugin::loaded_or_refused(std::make_unique<LandXmlSource>(path));
 }
 
 StoreProvider::~StoreProvider() { gvk_plugin::forget_registered(this); }

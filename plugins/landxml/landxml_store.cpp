@@ -113,53 +113,10 @@ void LandXmlStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_document.surfaces[0].break_lines = lines;
 }
 
-void LandXmlStore::keep_kind(std::int32_t kind, Kind data) {
+void LandXmlStore::keep_elements(std::int32_t kind, ReceivedElements data) {
   m_losses.set(kind_name(kind) + " elements (written for other programs, not read back)",
                data.records.size());
   m_kinds[kind] = std::move(data);
-}
-
-void LandXmlStore::set_low_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(LowPoint, {e, {}, {}});
-}
-void LandXmlStore::set_bounded_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BoundedPoint, {e, {}, {}});
-}
-void LandXmlStore::set_offsets(const std::vector<gravok_grading_element>& e) {
-  keep_kind(Offset, {e, {}, {}});
-}
-void LandXmlStore::set_drain_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(DrainLine, {e, {}, {}});
-}
-void LandXmlStore::set_bend_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BendLine, {e, {}, {}});
-}
-void LandXmlStore::set_aligned_edges(const std::vector<gravok_grading_element>& e) {
-  keep_kind(AlignedEdge, {e, {}, {}});
-}
-void LandXmlStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e) {
-  keep_kind(SurfaceZone, {e, {}, {}});
-}
-void LandXmlStore::set_complex_elements(GradingElementType kind,
-                                        const std::vector<gravok_grading_element>& e) {
-  keep_kind(kind, {e, {}, {}});
-}
-
-void LandXmlStore::set_transferred_units(const gvk::Unit<1>& linear,
-                                         const gvk::Unit<2>& area,
-                                         const gvk::Unit<3>& volume) {
-  set_units(linear, area, volume);
-}
-
-void LandXmlStore::set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) {
-  set_break_lines(lines);
-}
-
-void LandXmlStore::set_transferred_grading_elements(
-    GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-    const std::vector<std::vector<double>>& xs,
-    const std::vector<std::vector<double>>& ys, const ComplexElementData&) {
-  keep_kind(kind, {elements, xs, ys});
 }
 
 void LandXmlStore::set_hostcad_version(const std::string& version) {

@@ -59,7 +59,8 @@ class LandXmlStore : public gvk_plugin::FormatStore,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
 
-  // Element setters keep the records of one kind, replacing earlier ones of that kind.
+  // Elements (FormatStore's setters) keep the records of one kind, replacing earlier
+  // ones of that kind.
   // Low points and bounded points are written as <CgPoint> "<Kind> <n>" (n from 1 in
   // record order; a bounded point's two elevations in its desc), offsets as a plan
   // feature of one line from the first to the second point. Every other kind carries
@@ -68,30 +69,14 @@ class LandXmlStore : public gvk_plugin::FormatStore,
   // (closed for surface zones, building pads, ponds and parking lots: the last
   // vertex joined to the first), and elements without coordinates are not written. GUIDs
   // do not reach a store, so names carry the kind and the number only.
-  void set_low_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_offsets(const std::vector<gravok_grading_element>& elements) override;
-  void set_drain_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_bend_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_aligned_edges(const std::vector<gravok_grading_element>& elements) override;
-  void set_trizone_polygons(const std::vector<gravok_grading_element>& elements) override;
-  void set_complex_elements(GradingElementType kind,
-                            const std::vector<gravok_grading_element>& elements) override;
 
   // The settings and objectives have no place in LandXML: FormatStore declares each
   // setting that differs from gvk::DataSource's default lost ("settings (max slope)").
 
-  // The complete transfer: units, break lines and host version as their setters
-  // take them; the elements of every kind (Unclassified included) with their xs and
-  // ys. Complex-element data has no place in LandXML and is dropped.
-  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                             const gvk::Unit<3>& volume) override;
-  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_transferred_grading_elements(
-      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-      const std::vector<std::vector<double>>& xs,
-      const std::vector<std::vector<double>>& ys,
-      const ComplexElementData& complex_data) override;
+  // The complete transfer (FormatStore's setters): units and break lines as their
+  // setters take them; the elements of every kind (Unclassified included) with their xs
+  // and ys. Complex-element data has no place in LandXML and is dropped.
+
   // Written as the desc of the document's <Application>.
   void set_hostcad_version(const std::string& version) override;
 
@@ -127,19 +112,15 @@ class LandXmlStore : public gvk_plugin::FormatStore,
   std::string get_hostcad_version() const override { return m_document.application; }
 
  private:
-  struct Kind {
-    std::vector<gravok_grading_element> records;
-    std::vector<std::vector<double>> xs, ys;
-  };
   // Keeps the elements of one kind, replacing earlier ones, and counts them lost.
-  void keep_kind(std::int32_t kind, Kind data);
+  void keep_elements(std::int32_t kind, ReceivedElements elements) override;
   // Declares the host version lost unless reading the file back gives it.
   void count_host_version();
   std::string m_path;
   // One surface, the units and the host version; save() rebuilds its points and
   // features from m_kinds each time it writes.
   mutable Document m_document;
-  std::map<std::int32_t, Kind> m_kinds;
+  std::map<std::int32_t, ReceivedElements> m_kinds;
   std::vector<unsigned long long> m_surface_ids;  // of m_document.surfaces, in order
   std::map<unsigned long long, std::string> m_surface_descriptions;
   std::string m_host_version;

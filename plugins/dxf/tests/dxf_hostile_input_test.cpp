@@ -9,6 +9,7 @@
 
 #include "counting_new.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -37,7 +38,11 @@ struct Outcome {
 
 Outcome read(const std::string& name, const std::string& text) {
   Outcome out;
-  out.path = testing::TempDir() + "dxf_hostile_" + name;
+  // A name of this process's own: the tests of other build trees on the machine may
+  // run at the same time.
+  static const std::string run =
+      std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+  out.path = testing::TempDir() + "dxf_hostile_" + run + "_" + name;
   std::ofstream(out.path, std::ios::binary | std::ios::trunc) << text;
   out.peak = peak_of([&] {
     out.ok = gvk_dxf::read_drawing(out.path, {}, out.drawing, out.error, out.warnings);
