@@ -142,11 +142,37 @@ TEST(FindUnit, ByNameAbbreviationAndDocumentedSpellings) {
     std::int32_t type;  // -1: not found
   };
   const Case cases[] = {
-      {"meter", 1, 2},          {"m", 1, 2},       {"  Meter\t", 1, 2}, {"FT us", 1, 7},
-      {"ft  US", 1, -1},        {"arc sec", 1, 8}, {"metres", 1, 2},    {"feet", 1, 4},
-      {"US Survey Feet", 1, 7}, {"unknown", 2, 9}, {"", 1, -1},         {"   ", 1, -1},
-      {"furlong", 1, -1},       {"m2", 2, 2},      {"m2", 1, -1},       {"m2", 3, -1},
-      {"ft\xC2\xB3", 3, 4},     {"km", 3, 3},      {"mile", 0, -1},
+      {"meter", 1, 2},
+      {"m", 1, 2},
+      {"  Meter\t", 1, 2},
+      {"FT us", 1, 7},
+      {"ft  US", 1, -1},
+      {"arc sec", 1, 8},
+      {"metres", 1, 2},
+      {"feet", 1, 4},
+      {"US Survey Feet", 1, 7},
+      {"unknown", 2, 9},
+      {"", 1, -1},
+      {"   ", 1, -1},
+      {"furlong", 1, -1},
+      {"m2", 2, 2},
+      {"m2", 1, -1},
+      {"m2", 3, -1},
+      {"ft\xC2\xB3", 3, 4},
+      {"km", 3, 3},
+      {"mile", 0, -1},
+      // LandXML's names, in its own spelling.
+      {"USSurveyFoot", 1, 7},
+      {"squareUSSurveyFoot", 2, 7},
+      {"cubicYard", 3, 5},
+      {"cubicFeet", 3, 4},
+      {"squareMiles", 2, 6},
+      {"squareMeter", 2, 2},
+      {"cubicYard", 2, -1},
+      {"squareMeter", 1, -1},
+      {"squareunknown", 2, -1},
+      {"square", 2, -1},
+      {"cubicm", 3, -1},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << '"' << c.text << "\" ^" << c.power);

@@ -111,7 +111,11 @@ GRAVOK_API double unit_conversion_factor(std::int32_t from, std::int32_t to, int
 /// spellings "millimetre", "centimetre", "metre", "kilometre" and their plurals, and
 /// "survey foot", "us survey foot" and their plurals. For areas and volumes an
 /// abbreviation may also carry the power as a digit or a superscript ("m2", "ft²",
-/// "yd3", "km³"); a power that does not match `power` names nothing.
+/// "yd3", "km³"); a power that does not match `power` names nothing. LandXML's names
+/// are accepted too: "USSurveyFoot" for lengths, and for areas and volumes "square"
+/// or "cubic" before any accepted name of a length ("squareMeter",
+/// "squareUSSurveyFoot", "squareMiles", "cubicYard", "cubicFeet"), naming nothing at
+/// another power ("cubicYard" at power 2).
 GRAVOK_API std::int32_t find_unit_type(const std::string& text, int power);
 
 /// A known unit, built from its type id: qualifier 0, the name and abbreviation of

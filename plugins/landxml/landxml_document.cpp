@@ -470,6 +470,13 @@ bool parse_document(std::vector<char>& text, const std::string& where, Document&
     return context.fail(
         root, "the root element is <" + excerpt(root.name()) + ">, expected <LandXML>");
   }
+  // A file that does not state its units is read with the unknown unit, never a guess;
+  // the warning comes first, as the root it is about does.
+  bool has_units = false;
+  for (pugi::xml_node node = root.first_child(); node && !has_units;
+       node = node.next_sibling())
+    has_units = is(node, "Units");
+  if (!has_units) context.warn(root, "no <Units>: the units are unknown");
   for (pugi::xml_node node = root.first_child(); node; node = node.next_sibling()) {
     if (is(node, "Units")) read_units(context, node, document.units);
     if (is(node, "Application")) {

@@ -82,9 +82,10 @@ struct Document {
 // three finite numbers (a missing elevation included); an <F> that is not three
 // integers or names a point that <Pnts> lacks (invisible faces are not checked);
 // a <PntList3D> of a break line whose count is not a multiple of three. `document`
-// is then unspecified. Warnings (a unit name that is not known, reported as the
-// unknown unit; a break line of fewer than two points or without elevations, left
-// out; a non-TIN surface, left out) are appended to `warnings`. Messages quote at
+// is then unspecified. Warnings (no <Units>, or a unit name that is not known: the
+// unknown unit, never a guess; a break line of fewer than two points or without
+// elevations, left out; a non-TIN surface, left out) are appended to `warnings`, in
+// the order of the document. Messages quote at
 // most 64 bytes of any name, id or list from the text. Entities other than XML's
 // five and character references are not expanded (a reference stays as its text),
 // and nothing outside `text` is read: no DTD, external entity or inclusion.

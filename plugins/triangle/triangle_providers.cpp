@@ -6,6 +6,8 @@
 #include <gravok/providers.h>
 #include <gravok/triangle_files.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -34,13 +36,21 @@ gvk::Problem mesh_problem(std::vector<double> x, std::vector<double> y,
   return p;
 }
 
-// A fault naming the system's reason when `path` is missing or a folder ("site.node:
-// No such file or directory"); ok otherwise, the reader's to judge.
+// A fault naming the system's reason when `path` is missing, a folder or cannot be
+// opened for reading ("site.node: No such file or directory", "site.node: Permission
+// denied"); ok otherwise, the reader's to judge.
 gvk::TriangleFileResult system_fault(const std::string& path) {
   std::error_code code;
   const std::filesystem::file_status status = std::filesystem::status(path, code);
   if (!code && std::filesystem::is_directory(status))
     code = std::make_error_code(std::errc::is_a_directory);
+  if (!code) {
+    errno = 0;
+    if (std::FILE* file = std::fopen(path.c_str(), "rb"))
+      std::fclose(file);
+    else
+      code = std::error_code(errno ? errno : EACCES, std::generic_category());
+  }
   gvk::TriangleFileResult result;
   if (code) result = {false, path, 0, path + ": " + code.message()};
   return result;

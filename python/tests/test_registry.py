@@ -140,6 +140,25 @@ def test_a_dropped_load_plugin_result_leaves_the_module_loaded():
     gravok.load_plugin(path)  # loaded again, for the tests that follow
 
 
+def test_a_with_block_unloads_its_plugin_unless_the_plugins_objects_live(tmp_path):
+    path = os.environ.get("GRAVOK_DXF_PLUGIN")
+    if not path:
+        pytest.skip("the DXF plug-in is not built")
+    with gravok.load_plugin(path) as plugin:
+        store = gravok.createDataStore(tmp_path / "kept.dxf")
+    # The store's code lives in the module: it stays loaded, and the store works.
+    assert plugin.is_loaded and "dxf" in gravok.dataStoreProviderNames()
+    with store:
+        store.set_max_slope(0.25)
+    assert (tmp_path / "kept.dxf").exists()
+    del store
+    gc.collect()
+    with gravok.load_plugin(path) as again:
+        assert again is plugin
+    assert not plugin.is_loaded and "dxf" not in gravok.dataStoreProviderNames()
+    gravok.load_plugin(path)  # loaded again, for the tests that follow
+
+
 def test_locations_are_str_or_path_like(json_plugin, example_problem):
     for location in (example_problem, pathlib.Path(example_problem),
                      os.fsencode(example_problem)):

@@ -70,13 +70,18 @@ struct Spelling {
 
 // Spellings accepted besides the names and abbreviations of the table, lower case.
 const Spelling kExtraSpellings[] = {
-    {"millimeters", 0}, {"millimetre", 0},  {"millimetres", 0},    {"centimeters", 1},
-    {"centimetre", 1},  {"centimetres", 1}, {"meters", 2},         {"metre", 2},
-    {"metres", 2},      {"kilometers", 3},  {"kilometre", 3},      {"kilometres", 3},
-    {"feet", 4},        {"yards", 5},       {"miles", 6},          {"surveyfeet", 7},
-    {"survey foot", 7}, {"survey feet", 7}, {"us survey foot", 7}, {"us survey feet", 7},
-    {"arcseconds", 8},
+    {"millimeters", 0}, {"millimetre", 0},   {"millimetres", 0},    {"centimeters", 1},
+    {"centimetre", 1},  {"centimetres", 1},  {"meters", 2},         {"metre", 2},
+    {"metres", 2},      {"kilometers", 3},   {"kilometre", 3},      {"kilometres", 3},
+    {"feet", 4},        {"yards", 5},        {"miles", 6},          {"surveyfeet", 7},
+    {"survey foot", 7}, {"survey feet", 7},  {"us survey foot", 7}, {"us survey feet", 7},
+    {"arcseconds", 8},  {"ussurveyfoot", 7}, {"ussurveyfeet", 7},
 };
+
+// LandXML's names of areas and volumes (lower case): "square" or "cubic" before the
+// name of a length, the plurals "squareMiles", "cubicFeet" and "cubicMiles" among them.
+const char* const kSquare = "square";
+const char* const kCubic = "cubic";
 
 std::string lower_trimmed(const std::string& text) {
   const char* const space = " \t\n\r\f\v";
@@ -105,6 +110,17 @@ std::int32_t name_type(const std::string& text) {
     if (text == spelling.text) return spelling.type;
   }
   return -1;
+}
+
+// A LandXML area or volume name ("squareusSurveyFoot" in lower case): the prefix of
+// `power` before the name of a length, or -1.
+std::int32_t landxml_powered_type(const std::string& text, int power) {
+  const std::string prefix = power == 2 ? kSquare : power == 3 ? kCubic : "";
+  if (prefix.empty() || text.size() <= prefix.size() ||
+      text.compare(0, prefix.size(), prefix) != 0)
+    return -1;
+  const std::int32_t type = name_type(text.substr(prefix.size()));
+  return type == kUnknownUnitType ? -1 : type;
 }
 
 // An abbreviation followed by the power as a digit or a UTF-8 superscript.
@@ -139,7 +155,9 @@ std::int32_t find_unit_type(const std::string& text, int power) {
   if (by_name >= 0) return by_name;
   const std::int32_t by_abbreviation = abbreviation_type(key);
   if (by_abbreviation >= 0) return by_abbreviation;
-  return power == 1 ? -1 : powered_abbreviation_type(key, power);
+  if (power == 1) return -1;
+  const std::int32_t by_landxml_name = landxml_powered_type(key, power);
+  return by_landxml_name >= 0 ? by_landxml_name : powered_abbreviation_type(key, power);
 }
 
 const std::string& unit_name(std::int32_t type) { return names_of(type).name; }

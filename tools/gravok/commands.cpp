@@ -156,7 +156,9 @@ int inspect(const Options& o) {
   const std::vector<Finding> findings = inspect_problem(problem, o.tolerance);
   progress.step("");
   if (o.json) {
-    std::cout << "{\"location\": " << json_string(o.location) << ", \"findings\": [";
+    std::cout << "{\"location\": " << json_string(o.location)
+              << ", \"summary\": " << summarise_problem_json(problem)
+              << ", \"findings\": [";
     for (std::size_t i = 0; i < findings.size(); ++i) {
       std::cout << (i ? ",\n  " : "\n  ")
                 << "{\"check\": " << json_string(findings[i].check)

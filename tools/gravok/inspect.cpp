@@ -1,13 +1,17 @@
 #include "inspect.h"
 
+#include "commands.h"
+
 #include "json_document.h"
 
 #include <gravok/mesh_check.h>
+#include <gravok/units.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <locale>
 #include <sstream>
 
 namespace gravok_tool {
@@ -311,11 +315,17 @@ void summarise_description(std::ostream& out, const gvk::ProblemDescription& d) 
 std::string summarise_problem(const Problem& p) {
   std::ostringstream out;
   out.precision(15);
-  const auto unit = [](const gvk::StoredUnit& u) {
-    return u.name + (u.abbreviation.empty() ? "" : " (" + u.abbreviation + ")");
+  // An area or volume unit carries the name of its length ("foot"): it is printed as
+  // the square or cube of it, "square foot (ft²)".
+  const auto unit = [](const gvk::StoredUnit& u, int power) {
+    if (u.type == gvk::kUnknownUnitType) return u.name;
+    const std::string prefix = power == 2 ? "square " : power == 3 ? "cubic " : "";
+    const std::string exponent = power == 2 ? "\xC2\xB2" : power == 3 ? "\xC2\xB3" : "";
+    return prefix + u.name +
+           (u.abbreviation.empty() ? "" : " (" + u.abbreviation + exponent + ")");
   };
-  out << "units: linear " << unit(p.linear_unit) << ", area " << unit(p.area_unit)
-      << ", volume " << unit(p.volume_unit) << "\n";
+  out << "units: linear " << unit(p.linear_unit, 1) << ", area " << unit(p.area_unit, 2)
+      << ", volume " << unit(p.volume_unit, 3) << "\n";
   out << "origin: " << p.xorig << ", " << p.yorig << ", " << p.zorig << "\n";
   if (!p.hostcad_version.empty()) out << "host: " << p.hostcad_version << "\n";
   summarise_description(out, p.description);
@@ -369,6 +379,66 @@ std::string summarise_problem(const Problem& p) {
       << (p.fix_boundary ? "yes" : "no") << ", mesh metric " << p.metric.kind << "/"
       << p.metric.value << ", iterations " << p.max_iteration_count << ", epsilon "
       << p.epsilon << "\n";
+  return out.str();
+}
+
+namespace {
+
+// A number as JSON has it: NaN and the infinities, which JSON lacks, as null.
+std::string json_number(double value) {
+  if (!std::isfinite(value)) return "null";
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out.precision(17);
+  out << value;
+  return out.str();
+}
+
+std::string json_unit(const gvk::StoredUnit& u) {
+  return "{\"type\": " + std::to_string(u.type) + ", \"name\": " + json_string(u.name) +
+         ", \"abbreviation\": " + json_string(u.abbreviation) + "}";
+}
+
+}  // namespace
+
+std::string summarise_problem_json(const Problem& p) {
+  std::ostringstream out;
+  out << "{\"units\": {\"linear\": " << json_unit(p.linear_unit)
+      << ", \"area\": " << json_unit(p.area_unit)
+      << ", \"volume\": " << json_unit(p.volume_unit) << "}";
+  out << ", \"origin\": [" << json_number(p.xorig) << ", " << json_number(p.yorig) << ", "
+      << json_number(p.zorig) << "]";
+  out << ", \"host_version\": " << json_string(p.hostcad_version);
+  const gvk::ProblemDescription& d = p.description;
+  out << ", \"application\": {\"name\": " << json_string(d.application_name)
+      << ", \"version\": " << json_string(d.application_version) << "}";
+  out << ", \"coordinate_system\": {\"epsg_code\": "
+      << json_string(d.coordinate_system.epsg_code)
+      << ", \"name\": " << json_string(d.coordinate_system.name) << "}";
+  out << ", \"surfaces\": [";
+  for (std::size_t i = 0; i < p.surface_ids.size(); ++i) {
+    out << (i ? ", " : "") << "{\"id\": " << p.surface_ids[i] << ", \"name\": "
+        << json_string(i < p.surface_names.size() ? p.surface_names[i] : "") << "}";
+  }
+  out << "], \"mesh\": {\"vertices\": " << p.mesh.x.size()
+      << ", \"triangles\": " << p.mesh.triangles.size() << "}";
+  out << ", \"break_lines\": " << p.break_lines.size()
+      << ", \"objectives\": " << p.objectives.size() << ", \"elements\": {";
+  bool first = true;
+  for (const auto& [kind, data] : p.elements) {
+    if (data.records.empty()) continue;
+    out << (first ? "" : ", ") << json_string(gvk_json::element_kind_name(kind)) << ": "
+        << data.records.size();
+    first = false;
+  }
+  out << "}, \"settings\": {\"fix_boundary\": " << (p.fix_boundary ? "true" : "false")
+      << ", \"max_slope\": " << json_number(p.max_slope)
+      << ", \"min_slope\": " << json_number(p.min_slope)
+      << ", \"max_slopes\": " << p.max_slopes.size()
+      << ", \"min_slopes\": " << p.min_slopes.size()
+      << ", \"volume_constraint\": " << static_cast<int>(p.volume_constraint)
+      << ", \"max_iteration_count\": " << p.max_iteration_count
+      << ", \"epsilon\": " << json_number(p.epsilon) << "}}";
   return out.str();
 }
 

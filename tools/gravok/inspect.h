@@ -25,6 +25,11 @@ std::vector<Finding> inspect_problem(const gvk::Problem& problem, double toleran
 // extent, element counts by kind; several lines, each ending in a line feed.
 std::string summarise_problem(const gvk::Problem& problem);
 
+// The same summary for scripts, as one JSON object: units, origin, host version,
+// application, coordinate system, surfaces, mesh and element counts, settings. A number
+// JSON cannot hold (NaN, an infinity) is null.
+std::string summarise_problem_json(const gvk::Problem& problem);
+
 }  // namespace gravok_tool
 
 #endif  // GRAVOK_TOOL_INSPECT_H

@@ -5,7 +5,9 @@
 // Exit status: 0 on success (inspect: no finding), 1 when a command did its work and
 // found a problem (inspect: findings; roundtrip: something lost; copy, dump, mesh
 // clean: the store or the file failed), 2 on a usage error or when a location, file
-// or plug-in cannot be opened.
+// or plug-in cannot be opened. Output that does not reach standard output (a full
+// disk, a closed pipe) fails the command too: "gravok: cannot write the standard
+// output: REASON", and status 1 where it would have been 0.
 #include "builtin_providers.h"
 #include "commands.h"
 #include "gravok_version.h"
@@ -13,12 +15,18 @@
 
 #include <gravok/log.h>
 #include <gravok/plugin.h>
+#include <gravok/text.h>
 
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
+#include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
+#include <locale>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -56,6 +64,38 @@ std::string unknown_command(int argc, char** argv, CLI::App& app) {
   return {};
 }
 
+// A distance that means something: a finite number, zero included (welds of vertices
+// that coincide exactly) or, with `positive`, above zero.
+CLI::Validator distance(bool positive) {
+  return CLI::Validator(
+      [positive](std::string& text) -> std::string {
+        double value = 0.0;
+        std::istringstream in(text);
+        in.imbue(std::locale::classic());
+        if (!(in >> value) || !std::isfinite(value))
+          return "not a finite number: " + text;
+        if (value < 0 || (positive && value == 0))
+          return std::string("must be ") + (positive ? "above" : "at least") +
+                 " 0, not " + text;
+        return "";
+      },
+      positive ? "POSITIVE" : "NON-NEGATIVE");
+}
+
+// Flushes standard output; when what was written there did not all arrive, says so
+// with the system's reason and turns a success into a failure. Standard output is
+// synchronised with stdio, so that a write error shows only when the buffer is
+// flushed: here, before the process ends, with its errno still fresh.
+int with_output_written(int status) {
+  errno = 0;
+  std::cout.flush();
+  if (std::cout) return status;
+  const int error = errno;
+  std::cerr << "gravok: cannot write the standard output"
+            << (error ? std::string(": ") + std::strerror(error) : std::string()) << "\n";
+  return status == gravok_tool::kSuccess ? gravok_tool::kFailed : status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -76,7 +116,8 @@ int main(int argc, char** argv) {
   app.add_flag("--no-plugins", no_plugins,
                "load no plug-in module but those named by --plugin (neither the "
                "installed ones nor those of GRAVOK_PLUGIN_PATH and GRAVOK_PLUGINS)");
-  app.add_flag("--verbose", verbose, "log to the console at debug level");
+  app.add_flag("--verbose", verbose,
+               "log to the console at debug level (warnings are shown without it)");
   app.set_version_flag("--version",
                        "gravok " GRAVOK_TOOL_VERSION
                        " (gravok-data " GRAVOK_TOOL_LIBRARY_VERSION ")",
@@ -87,8 +128,10 @@ int main(int argc, char** argv) {
   CLI::App* inspect = app.add_subcommand(
       "inspect", "summarise a problem and report what the library never checks");
   inspect->add_option("location", o.location, "the problem to open")->required();
-  inspect->add_option("--tolerance", o.tolerance,
-                      "report vertices that weld within this plan distance (default 0)");
+  inspect
+      ->add_option("--tolerance", o.tolerance,
+                   "report vertices that weld within this plan distance (default 0)")
+      ->check(distance(false));
   inspect->add_flag("--json", o.json, "print the findings as JSON");
 
   CLI::App* copy =
@@ -118,7 +161,9 @@ int main(int argc, char** argv) {
       "clean", "weld vertices, drop unused ones and write .1.node and .1.ele files");
   clean->add_option("input", o.location, "the problem whose mesh to clean")->required();
   clean->add_option("-o,--output", o.target, "stem of the files to write")->required();
-  clean->add_option("--tolerance", o.tolerance, "weld distance in plan")->required();
+  clean->add_option("--tolerance", o.tolerance, "weld distance in plan (0: exact)")
+      ->required()
+      ->check(distance(false));
 
   CLI::App* uid = app.add_subcommand("uid", "print the uid of each GUID text");
   uid->add_option("text", o.words, "GUID texts")->required();
@@ -133,7 +178,8 @@ int main(int argc, char** argv) {
       ->required();
   plot->add_option("--contour", o.contour,
                    "contour interval in the problem's linear unit (default: from the "
-                   "elevation range)");
+                   "elevation range)")
+      ->check(distance(true));
   plot->add_flag("--mesh", o.mesh_edges, "draw the mesh edges");
   plot->add_option("--compare", o.compare,
                    "draw the cut and fill of this problem's surface (the top) against "
@@ -176,11 +222,11 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
-    return app.exit(e);
+    return with_output_written(app.exit(e));
   } catch (const CLI::CallForAllHelp& e) {
-    return app.exit(e);
+    return with_output_written(app.exit(e));
   } catch (const CLI::CallForVersion& e) {
-    return app.exit(e);
+    return with_output_written(app.exit(e));
   } catch (const CLI::ParseError& e) {
     const std::string unknown = unknown_command(argc, argv, app);
     if (unknown.empty()) {
@@ -191,7 +237,17 @@ int main(int argc, char** argv) {
     return gravok_tool::kUsage;
   }
 
-  if (verbose) gvk::Log::RegisterConsoleLogger(gvk::Log::debug);
+  // Warnings reach the user without --verbose, as lines of the tool's own: a file read
+  // with less than it states (a LandXML file without units, a break line left out).
+  if (verbose) {
+    gvk::Log::RegisterConsoleLogger(gvk::Log::debug);
+  } else {
+    gvk::Log::RegisterHandler(
+        [](const gvk::Log::Entry& entry) {
+          std::cerr << "gravok: warning: " << gvk::to_utf8(entry.message) << "\n";
+        },
+        gvk::Log::warn);
+  }
   gravok_tool::register_builtin_providers();
 
   // Modules stay loaded until every source and store of the command is gone: the
@@ -229,5 +285,5 @@ int main(int argc, char** argv) {
   }
   plugins = gvk::PluginLoadResult();
   gravok_tool::unregister_builtin_providers();
-  return status;
+  return with_output_written(status);
 }

@@ -8,14 +8,16 @@
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
+#include <gravok/replace_file.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <fstream>
+#include <cstdio>
 #include <locale>
 #include <memory>
 #include <sstream>
+#include <system_error>
 #include <vector>
 
 namespace gravok_tool {
@@ -629,8 +631,8 @@ std::string xml_escape(const std::string& s) {
 
 // cairo writes text as glyph outlines; the <title> and <desc> keep the words
 // searchable and readable to screen readers.
-bool write_svg(const std::string& svg, const std::string& title, const std::string& desc,
-               const std::string& path, std::string& error) {
+std::string titled_svg(const std::string& svg, const std::string& title,
+                       const std::string& desc) {
   const std::size_t open = svg.find("<svg");
   const std::size_t end = open == std::string::npos ? open : svg.find('>', open);
   std::string out = svg;
@@ -638,11 +640,17 @@ bool write_svg(const std::string& svg, const std::string& title, const std::stri
     out.insert(end + 1, "\n<title>" + xml_escape(title) + "</title>\n<desc>" +
                             xml_escape(desc) + "</desc>");
   }
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file.write(out.data(), static_cast<std::streamsize>(out.size()));
-  file.close();
-  if (!file) {
-    error = path + ": cannot write the plot";
+  return out;
+}
+
+// Writes `bytes` as the file at `path`, whole or not at all; false with "cannot
+// write PATH: REASON" in `error` when the system refuses, the old file left as it was.
+bool write_whole(const std::string& bytes, const std::string& path, std::string& error) {
+  try {
+    gvk::replace_file(
+        path, [&](std::FILE* file) { std::fwrite(bytes.data(), 1, bytes.size(), file); });
+  } catch (const std::system_error& e) {
+    error = e.what();
     return false;
   }
   return true;
@@ -750,7 +758,9 @@ std::string describe(const Drawing& d, const PlotSummary& s) {
 bool render(Drawing& d, Format format, const std::string& path,
             const PlotSummary& summary, std::string& error) {
   const Layout& l = d.layout;
-  std::string svg;
+  // Every format is drawn into memory first, so that the file is written whole or
+  // not at all.
+  std::string bytes;
   cairo_surface_t* surface = nullptr;
   switch (format) {
     case Format::Png:
@@ -758,10 +768,11 @@ bool render(Drawing& d, Format format, const std::string& path,
       break;
     case Format::Svg:
       surface =
-          cairo_svg_surface_create_for_stream(append_bytes, &svg, l.width, l.height);
+          cairo_svg_surface_create_for_stream(append_bytes, &bytes, l.width, l.height);
       break;
     case Format::Pdf:
-      surface = cairo_pdf_surface_create(path.c_str(), l.width, l.height);
+      surface =
+          cairo_pdf_surface_create_for_stream(append_bytes, &bytes, l.width, l.height);
       break;
   }
   cairo_t* cr = cairo_create(surface);
@@ -769,17 +780,19 @@ bool render(Drawing& d, Format format, const std::string& path,
   cairo_status_t status = cairo_status(cr);
   cairo_destroy(cr);
   if (format == Format::Png && status == CAIRO_STATUS_SUCCESS)
-    status = cairo_surface_write_to_png(surface, path.c_str());
+    status = cairo_surface_write_to_png_stream(surface, append_bytes, &bytes);
   cairo_surface_finish(surface);
   if (status == CAIRO_STATUS_SUCCESS) status = cairo_surface_status(surface);
   cairo_surface_destroy(surface);
   if (status != CAIRO_STATUS_SUCCESS) {
-    error = path + ": cannot write the plot (" + cairo_status_to_string(status) + ")";
+    error = path + ": cannot draw the plot (" + cairo_status_to_string(status) + ")";
     return false;
   }
-  if (format != Format::Svg) return true;
-  const std::string title = d.options.title.empty() ? "Plan view" : d.options.title;
-  return write_svg(svg, title, describe(d, summary), path, error);
+  if (format == Format::Svg) {
+    const std::string title = d.options.title.empty() ? "Plan view" : d.options.title;
+    bytes = titled_svg(bytes, title, describe(d, summary));
+  }
+  return write_whole(bytes, path, error);
 }
 
 // Whether some drawable triangle of the mesh has area in plan.

@@ -101,7 +101,9 @@ double default_contour_interval(double z_min, double z_max);
 // kMaxContourLevels levels, a mesh (or a compared surface) that has triangles but
 // none of any area in plan, which would draw as nothing, a compared surface that the
 // volume functions refuse or that does not overlap the mesh in plan, and a file that
-// cannot be written; a partly written file may then remain. The problem is only read.
+// cannot be written ("cannot write PATH: REASON", the system's reason). The file is
+// written whole or not at all: one that was there stays as it was. The problem is
+// only read.
 bool plot_problem(const gvk::Problem& problem, const PlotOptions& options,
                   const std::string& path, PlotSummary& summary, std::string& error);
 

@@ -268,7 +268,7 @@ TEST(LandXmlSource, UnitsAreTheKnownUnitsWithTheirTrueFactors) {
     std::size_t warnings;
   };
   const Row rows[] = {
-      {"", 9, 9, 9, 1, 1, 1, 0},
+      {"", 9, 9, 9, 1, 1, 1, 1},  // no <Units>: unknown, and a warning says so
       {R"(<Metric linearUnit="meter" areaUnit="squareMeter" volumeUnit="cubicMeter"/>)",
        2, 2, 2, 1, 1, 1, 0},
       {R"(<Metric linearUnit="millimeter" areaUnit="squareMillimeter"/>)", 0, 0, 9, 0.001,
@@ -356,7 +356,8 @@ TEST(LandXmlSource, BreakLinesAndOuterBoundaryShareTheSurfaceOrigin) {
                                  "", source_data));
   LandXmlSource source(path);
   ASSERT_TRUE(source.load()) << source.error();
-  EXPECT_EQ(source.warnings().size(), 1u) << "the 2D break line is left out";
+  // The 2D break line is left out, and the file states no units.
+  EXPECT_EQ(source.warnings().size(), 2u);
   std::vector<gravok_line_3d> lines;
   source.get_break_lines(lines);
   ASSERT_EQ(lines.size(), 2u);
