@@ -9,11 +9,11 @@
 
 #include "counting_new.h"
 
-#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -36,13 +36,21 @@ struct Outcome {
   std::size_t peak = 0;
 };
 
+// A name of this process's own, as long as "dxf_hostile_" was (the memory bounds of
+// the rows count the path in every message): test programs of other build trees on
+// the machine write their files into the same temporary folder at the same time.
+const std::string& file_prefix() {
+  static const std::string prefix = [] {
+    char text[16];
+    std::snprintf(text, sizeof text, "dxf%08x_", std::random_device{}());
+    return std::string(text);
+  }();
+  return prefix;
+}
+
 Outcome read(const std::string& name, const std::string& text) {
   Outcome out;
-  // A name of this process's own: the tests of other build trees on the machine may
-  // run at the same time.
-  static const std::string run =
-      std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
-  out.path = testing::TempDir() + "dxf_hostile_" + run + "_" + name;
+  out.path = testing::TempDir() + file_prefix() + name;
   std::ofstream(out.path, std::ios::binary | std::ios::trunc) << text;
   out.peak = peak_of([&] {
     out.ok = gvk_dxf::read_drawing(out.path, {}, out.drawing, out.error, out.warnings);

@@ -13,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -345,12 +344,11 @@ TEST(DxfReader, RefusesBadFilesNamingFileLineAndWhat) {
 // ---------------------------------------------------------------------------------
 // Writing.
 
-// A name of this process's own: the tests of other build trees on the machine may run
-// at the same time.
+// A name of this process's own: test programs of other build trees on the machine
+// write their files into the same temporary folder at the same time.
 std::string temp_path(const std::string& name) {
-  static const std::string run =
-      std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
-  return testing::TempDir() + "dxf_test_" + run + "_" + name;
+  static const std::string token = std::to_string(std::random_device{}());
+  return testing::TempDir() + "dxf_test_" + token + "_" + name;
 }
 
 // A mesh of n x n vertices at state-plane coordinates with values that need all 17
