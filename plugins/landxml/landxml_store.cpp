@@ -2,6 +2,7 @@
 
 #include <gravok/element_types.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace gvk_landxml {
@@ -113,9 +114,12 @@ void LandXmlStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_document.surfaces[0].break_lines = lines;
 }
 
+// A kind is declared lost with as many elements as it has records or lists, and at
+// least one when it holds complex data alone.
 void LandXmlStore::keep_elements(std::int32_t kind, ReceivedElements data) {
+  const std::size_t at_least = data.complex ? 1 : 0;
   m_losses.set(kind_name(kind) + " elements (written for other programs, not read back)",
-               data.records.size());
+               std::max({data.records.size(), data.xs.size(), data.ys.size(), at_least}));
   m_kinds[kind] = std::move(data);
 }
 
@@ -154,11 +158,12 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
     m_document.surfaces[0].name = "Existing ground";
     m_surface_ids = {0};
     m_losses.set("surfaces without points (not written)", 0);
+    m_losses.set("surface ids (read back as their places, 0 up)", 0);
     return;
   }
   m_document.surfaces.clear();
   m_surface_ids.clear();
-  unsigned long long records = 0, empty = 0;
+  unsigned long long records = 0, empty = 0, renumbered = 0;
   for (const gvk::Surface& given : surfaces) {
     empty += given.mesh.x.empty() && given.mesh.triangles.empty();
     Surface s;
@@ -170,9 +175,12 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
     s.break_lines = given.break_lines;
     records += gvk_plugin::nonzero_triangle_records(given.mesh.triangle_info);
     m_document.surfaces.push_back(std::move(s));
+    renumbered += given.id != m_surface_ids.size();
     m_surface_ids.push_back(given.id);
   }
   m_losses.set("triangle records", records);
+  // A surface read back is known by its place in the file.
+  m_losses.set("surface ids (read back as their places, 0 up)", renumbered);
   m_losses.set("surfaces without points (not written)", empty);
 }
 
