@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 #include <utility>
 
 namespace gvk_dxf {
@@ -65,11 +66,8 @@ std::unique_ptr<gvk::DataSource> SourceProvider::createDataSource(
 StoreProvider::~StoreProvider() { gvk_plugin::forget_registered(this); }
 
 bool StoreProvider::canHandle(const std::string& location) const {
-  if (gvk_plugin::has_prefix(location, kPrefix)) return true;
-  const Location l = parse(location);
-  std::error_code failed;
-  return gvk_plugin::ends_in(l.path, ".dxf") &&
-         (!std::filesystem::exists(l.path, failed) || is_dxf_file(l.path));
+  return gvk_plugin::has_prefix(location, kPrefix) ||
+         gvk_plugin::ends_in(parse(location).path, ".dxf");
 }
 
 std::string StoreProvider::description() const {
@@ -85,6 +83,12 @@ std::unique_ptr<gvk::DataStore> StoreProvider::createDataStore(
     const std::string& location) const {
   std::string path = parse(location).path;
   std::error_code failed;
+  if (std::filesystem::is_directory(path, failed)) {
+    gvk::reportRefusal(path + ": " +
+                       std::make_error_code(std::errc::is_a_directory).message() +
+                       "; it is left as it is");
+    return nullptr;
+  }
   if (foreign_file(path) && std::filesystem::file_size(path, failed) > 0) {
     gvk::reportRefusal(path + ": not a DXF file: it does not start with the pairs " +
                        "0/SECTION; it is left as it is");

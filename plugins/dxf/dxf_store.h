@@ -35,13 +35,15 @@
 #include "dxf_drawing.h"
 #include "format_store.h"
 
+#include <gravok/surfaces.h>
+
 #include <map>
 #include <string>
 #include <vector>
 
 namespace gvk_dxf {
 
-class DxfStore : public gvk_plugin::FormatStore {
+class DxfStore : public gvk_plugin::FormatStore, public gvk::DescribedStore {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit DxfStore(std::string path);
@@ -65,6 +67,9 @@ class DxfStore : public gvk_plugin::FormatStore {
                    const std::vector<gvk::Triangle>& triangles,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
+  // A drawing states no coordinate system, writing application or surface
+  // description: a description that is not empty is declared lost.
+  void set_description(const gvk::ProblemDescription& description) override;
 
   // Elements (FormatStore's setters): each kind's records, replacing earlier ones of
   // that kind. Kinds with polylines get their vertices only through the complete
