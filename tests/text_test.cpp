@@ -89,6 +89,11 @@ TEST(FromUtf8, DecodesByTheByteThatBeginsEachStep) {
       // A four-byte sequence gives two units by the two-byte rule.
       {"\xF0\x9F\x98\x80", units({0x041F, 0x0600})},
       {std::string("ab\0cd", 5), units({0x61, 0x62})},
+      // After a longer sequence too: a 0 byte ends the text, a 1 byte is a character.
+      {std::string("\xC3\xA9\0b", 4), units({0xE9})},
+      {"\xC3\xA9\x01"
+       "b",
+       units({0xE9, 0x01, 0x62})},
       // Cut off by the end: the missing bytes count as 0.
       {"\xC3", units({0xC0})},
       {"\xE2", units({0x2000})},

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 namespace {
 
@@ -177,6 +178,30 @@ TEST(FindUnit, ByNameAbbreviationAndDocumentedSpellings) {
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << '"' << c.text << "\" ^" << c.power);
     EXPECT_EQ(gvk::find_unit_type(c.text, c.power), c.type);
+  }
+  // Every plural and British spelling names the unit its American singular names.
+  const std::pair<const char*, const char*> spellings[] = {
+      {"millimeters", "millimeter"},
+      {"millimetre", "millimeter"},
+      {"millimetres", "millimeter"},
+      {"centimeters", "centimeter"},
+      {"centimetre", "centimeter"},
+      {"centimetres", "centimeter"},
+      {"meters", "meter"},
+      {"metre", "meter"},
+      {"metres", "meter"},
+      {"kilometers", "kilometer"},
+      {"kilometre", "kilometer"},
+      {"kilometres", "kilometer"},
+      {"feet", "foot"},
+      {"yards", "yard"},
+      {"miles", "mile"},
+      {"surveyfeet", "surveyfoot"},
+  };
+  for (const auto& [spelling, name] : spellings) {
+    SCOPED_TRACE(spelling);
+    EXPECT_NE(gvk::find_unit_type(name, 1), -1);
+    EXPECT_EQ(gvk::find_unit_type(spelling, 1), gvk::find_unit_type(name, 1));
   }
   gvk::Unit<2> area;
   ASSERT_TRUE(gvk::find_unit("yd2", area));
