@@ -1,6 +1,7 @@
 #include "landxml_store.h"
 
 #include <gravok/element_types.h>
+#include <gravok/problem.h>
 
 #include <algorithm>
 #include <cmath>
@@ -165,9 +166,9 @@ void LandXmlStore::set_epsilon(double epsilon) {
   m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
 }
 
-void LandXmlStore::keep_kind(std::int32_t kind, Kind data) {
+void LandXmlStore::keep_kind(std::int32_t kind, Kind data, std::size_t at_least) {
   m_losses.set(kind_name(kind) + " elements (written for other programs, not read back)",
-               data.records.size());
+               std::max({data.records.size(), data.xs.size(), data.ys.size(), at_least}));
   m_kinds[kind] = std::move(data);
 }
 
@@ -210,8 +211,8 @@ void LandXmlStore::set_transferred_break_lines(const std::vector<gravok_line_3d>
 void LandXmlStore::set_transferred_grading_elements(
     GradingElementType kind, const std::vector<gravok_grading_element>& elements,
     const std::vector<std::vector<double>>& xs,
-    const std::vector<std::vector<double>>& ys, const ComplexElementData&) {
-  keep_kind(kind, {elements, xs, ys});
+    const std::vector<std::vector<double>>& ys, const ComplexElementData& complex) {
+  keep_kind(kind, {elements, xs, ys}, gvk::is_empty({{}, {}, {}, complex}) ? 0 : 1);
 }
 
 void LandXmlStore::set_hostcad_version(const std::string& version) {
@@ -249,11 +250,12 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
     m_document.surfaces[0].name = "Existing ground";
     m_surface_ids = {0};
     m_losses.set("surfaces without points (not written)", 0);
+    m_losses.set("surface ids (read back as their places, 0 up)", 0);
     return;
   }
   m_document.surfaces.clear();
   m_surface_ids.clear();
-  unsigned long long records = 0, empty = 0;
+  unsigned long long records = 0, empty = 0, renumbered = 0;
   const gravok_triangle_info zero{};
   for (const gvk::Surface& given : surfaces) {
     empty += given.mesh.x.empty() && given.mesh.triangles.empty();
@@ -268,9 +270,12 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
       records += std::memcmp(&info, &zero, sizeof zero) != 0;
     }
     m_document.surfaces.push_back(std::move(s));
+    renumbered += given.id != m_surface_ids.size();
     m_surface_ids.push_back(given.id);
   }
   m_losses.set("triangle records", records);
+  // A surface read back is known by its place in the file.
+  m_losses.set("surface ids (read back as their places, 0 up)", renumbered);
   m_losses.set("surfaces without points (not written)", empty);
 }
 

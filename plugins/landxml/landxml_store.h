@@ -145,7 +145,9 @@ class LandXmlStore : public gvk::DataStore,
     std::vector<std::vector<double>> xs, ys;
   };
   // Keeps the elements of one kind, replacing earlier ones, and counts them lost.
-  void keep_kind(std::int32_t kind, Kind data);
+  // Keeps a kind and declares it lost: as many elements as it has records or lists,
+  // and at least `at_least` (a kind that holds complex data alone counts one).
+  void keep_kind(std::int32_t kind, Kind data, std::size_t at_least = 0);
   // Declares the host version lost unless reading the file back gives it.
   void count_host_version();
   std::string m_path;

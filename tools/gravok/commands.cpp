@@ -110,17 +110,46 @@ unsigned long long surfaces_left_behind(const gvk::DataSource& source,
   return listed > 1 ? listed - 1 : 0;
 }
 
-// Lists on stderr what `store` says it dropped, and the surfaces the transfer left
-// behind, one line per kind of thing. Returns what copy exits with: 1 under --strict
-// when anything was dropped, or when the store cannot say what it drops; else 0.
+// How many parts of the source's description (each text of the coordinate system and
+// the application, each surface's description) a transfer leaves behind: all of them
+// when the store keeps no description (or copyFrom, which moves records only, ran).
+unsigned long long description_left_behind(const gvk::DataSource& source,
+                                           const gvk::DataStore& store,
+                                           bool records_only) {
+  if (!records_only && dynamic_cast<const gvk::DescribedStore*>(&store)) return 0;
+  const auto* described = dynamic_cast<const gvk::DescribedSource*>(&source);
+  if (!described) return 0;
+  gvk::ProblemDescription d;
+  described->get_description(d);
+  const gvk::ProblemDescription& given = d;
+  const gvk::CoordinateSystem& c = given.coordinate_system;
+  unsigned long long parts = d.surface_descriptions.size();
+  for (const std::string* text :
+       {&c.epsg_code, &c.wkt, &c.name, &c.description, &c.horizontal_name,
+        &c.horizontal_datum, &c.vertical_datum, &given.application_name,
+        &given.application_version})
+    parts += !text->empty();
+  return parts;
+}
+
+// Lists on stderr what `store` says it dropped, and the surfaces and the description
+// the transfer left behind, one line per kind of thing. Returns what copy exits with:
+// 1 under --strict when anything was dropped, or when the store cannot say what it
+// drops; else 0.
 int declare_losses(const gvk::DataStore& store, const std::string& target, bool strict,
-                   unsigned long long surfaces_left) {
+                   unsigned long long surfaces_left,
+                   unsigned long long description_left) {
   std::vector<gvk::StoreLoss> losses;
   const auto* declares = dynamic_cast<const gvk::DeclaresLosses*>(&store);
   if (declares) losses = declares->losses();
   if (surfaces_left)
     losses.push_back(
         {"surfaces besides the current one (the store keeps one)", surfaces_left});
+  if (description_left)
+    losses.push_back(
+        {"descriptions (coordinate system, application, surfaces; the "
+         "store keeps none)",
+         description_left});
   for (const gvk::StoreLoss& loss : losses)
     std::cerr << "gravok: " << target << ": dropped " << loss.count << " " << loss.what
               << "\n";
@@ -197,7 +226,8 @@ int copy(const Options& o) {
     }
   }
   return declare_losses(*store, o.target, o.strict,
-                        surfaces_left_behind(*source, *store, o.records_only));
+                        surfaces_left_behind(*source, *store, o.records_only),
+                        description_left_behind(*source, *store, o.records_only));
 }
 
 int dump(const Options& o) {

@@ -184,6 +184,12 @@ if(DXF_PLUGIN)
   # (a 3D model, not a terrain: its vertical faces are findings, exit status 1)
   expect(1 "host: DXF AC1009.*mesh: 139 vertices, 66 triangles.*zero area in plan"
          inspect ${d}/r2018.dxf --plugin ${DXF_PLUGIN})
+  # A store that keeps no description is not handed one: the copy declares it.
+  if(LANDXML_PLUGIN)
+    expect(1 "dropped 8 descriptions \\(coordinate system, application, surfaces; the store keeps none\\)"
+           copy --strict ${DATA_DIR}/landxml/civil_sweref99_skyfall.xml ${d}/skyfall.dxf
+           --plugin ${LANDXML_PLUGIN} --plugin ${DXF_PLUGIN})
+  endif()
   # The example problem holds a NaN elevation on purpose.
   expect(1 "cannot write .*nan.dxf: .*not finite"
          copy ${DATA_DIR}/../../docs/examples/small-problem.json ${d}/nan.dxf

@@ -13,11 +13,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <random>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -394,3 +396,338 @@ TEST_F(Differential, EveryCopyArrivesEqualIsRefusedOrDeclaresItsLoss) {
 }
 
 }  // namespace
+
+// ---- random problems, one format at a time -----------------------------------------
+
+// What a format holds, so that the generator makes problems the store must take: the
+// rest of a random problem is fair game, and whatever does not come back must be a
+// declared loss.
+struct Format {
+  std::string extension;
+  bool non_finite;    // NaN (with payloads), infinities and -0 in the mesh
+  std::string bytes;  // the characters its texts may hold; empty for every byte
+  bool markup;        // texts are names and descriptions of a markup document
+};
+
+// Every byte that a text of `format` may hold, as whole UTF-8 sequences where bytes
+// above 0x7f are not all allowed: both ends of each sequence length, each lead byte
+// kind (E0, ED, F0, F4) at its edge.
+std::vector<std::string> text_units(const Format& format) {
+  std::vector<std::string> units;
+  if (format.bytes.empty()) {
+    for (int b = 0; b < 256; ++b) units.push_back(std::string(1, static_cast<char>(b)));
+    return units;
+  }
+  for (char c : format.bytes) units.push_back(std::string(1, c));
+  for (const char* s :
+       {"\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xef\xbf\xbd",
+        "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf", "\xc3\xa5"})
+    units.push_back(s);
+  return units;
+}
+
+class Generator {
+ public:
+  Generator(const Format& format, unsigned seed)
+      : m_format(format), m_random(seed), m_units(text_units(format)) {}
+
+  gvk::Problem problem() {
+    gvk::Problem p;
+    p.hostcad_version = text();
+    p.linear_unit = gvk::store_unit(gvk::Known<1>(pick(10)));
+    p.area_unit = gvk::store_unit(gvk::Known<2>(pick(10)));
+    p.volume_unit = gvk::store_unit(gvk::Known<3>(pick(10)));
+    // Non-zero on every axis, a survey's size, in eighths: every sum of a coordinate
+    // and an origin is exact, so absolute values compare bit for bit.
+    p.xorig = eighths(1 << 23) + 2000000;
+    p.yorig = -eighths(1 << 23) - 500000;
+    p.zorig = eighths(8000) + 0.125;
+    p.fix_boundary = pick(2);
+    p.max_slope = any_double();
+    p.min_slope = any_double();
+    p.volume_constraint = static_cast<VolumeConstraint>(pick(5) - 2);
+    p.max_slopes = doubles(pick(4));
+    p.min_slopes = doubles(pick(4));
+    p.metric = {static_cast<std::int32_t>(pick(7)) - 3, any_double(), pick(2) == 1,
+                pick(2) == 1};
+    p.max_iteration_count = static_cast<long long>(m_random());
+    p.epsilon = any_double();
+    p.objectives = records<gravok_objective>(pick(3));
+    p.break_lines = lines(pick(3));
+    p.mesh = mesh();
+    for (GradingElementType kind : gvk::allElementTypes()) {
+      if (pick(3) == 0) p.elements[kind] = elements(kind);
+    }
+    for (GradingElementType kind : gvk::complexElementTypes()) {
+      if (pick(2) == 0) p.elements[kind] = elements(kind);
+    }
+    if (!m_format.markup && pick(2) == 0)
+      p.elements[static_cast<GradingElementType>(900 + pick(50))] =
+          elements(Unclassified);
+    p.guids_valid = pick(2);
+    if (pick(2) == 0) {
+      for (unsigned long long id = 0, n = 2 + pick(2); id < n; ++id) {
+        gvk::Surface s;
+        s.id = id * 7 + pick(7);
+        s.name = text() + std::to_string(id);  // names differ
+        s.mesh = mesh();
+        s.break_lines = lines(pick(2));
+        p.surfaces.push_back(s);
+        p.surface_ids.push_back(s.id);
+        p.surface_names.push_back(s.name);
+        if (pick(2)) p.description.surface_descriptions[s.id] = text();
+      }
+      p.mesh = p.surfaces[0].mesh;
+      p.break_lines = p.surfaces[0].break_lines;
+    }
+    gvk::CoordinateSystem& cs = p.description.coordinate_system;
+    cs = {std::to_string(2000 + pick(30000)),
+          text(),
+          text(),
+          text(),
+          text(),
+          text(),
+          text()};
+    p.description.application_name = text();
+    p.description.application_version = text();
+    return p;
+  }
+
+ private:
+  std::uint64_t pick(std::uint64_t n) { return m_random() % n; }
+  double eighths(long long range) {
+    return static_cast<double>(static_cast<long long>(pick(2 * range + 1)) - range) / 8;
+  }
+  // Any double: a finite one, either zero, an infinity or a NaN with its payload.
+  double any_double() {
+    switch (pick(6)) {
+      case 0: {
+        const std::uint64_t bits = 0x7ff0000000000000u | (m_random() >> 13 | 1) |
+                                   (pick(2) ? 0x8000000000000000u : 0);
+        double nan;
+        std::memcpy(&nan, &bits, sizeof nan);
+        return nan;
+      }
+      case 1: return pick(2) ? -0.0 : 0.0;
+      case 2: return pick(2) ? HUGE_VAL : -HUGE_VAL;
+      default: {
+        const std::uint64_t bits = m_random() & 0x7fefffffffffffffu;
+        double v;
+        std::memcpy(&v, &bits, sizeof v);
+        return pick(2) ? -v : v;
+      }
+    }
+  }
+  std::vector<double> doubles(std::size_t n) {
+    std::vector<double> v;
+    for (std::size_t i = 0; i < n; ++i) v.push_back(any_double());
+    return v;
+  }
+  std::string text() {
+    std::string s;
+    for (std::uint64_t i = 0, n = pick(12); i < n; ++i)
+      s += m_units[pick(m_units.size())];
+    // Markup keeps a name's characters, not the white space at its ends.
+    if (m_format.markup) s = "n" + s + "n";
+    return s;
+  }
+  template <class Record>
+  std::vector<Record> records(std::size_t n) {
+    std::vector<Record> v(n);
+    for (Record& r : v) {
+      auto* bytes = reinterpret_cast<unsigned char*>(&r);
+      for (std::size_t i = 0; i < sizeof r; ++i)
+        bytes[i] = static_cast<unsigned char>(pick(256));
+    }
+    return v;
+  }
+  double coordinate() {
+    if (m_format.non_finite && pick(12) == 0) return any_double();
+    return eighths(80000);
+  }
+  std::vector<gravok_line_3d> lines(std::size_t n) {
+    std::vector<gravok_line_3d> v(n);
+    for (gravok_line_3d& l : v)
+      l = {coordinate(), coordinate(), coordinate(),
+           coordinate(), coordinate(), coordinate()};
+    return v;
+  }
+  // A grid of 2 to 5 points a side, in plan at distinct places, its cells split into
+  // two triangles each, all clockwise or all counter-clockwise.
+  gvk::Mesh mesh() {
+    gvk::Mesh m;
+    const std::size_t columns = 2 + pick(4), rows = 2 + pick(4);
+    const double x0 = eighths(8000), y0 = eighths(8000), step = 1 + eighths(64) / 8 + 8;
+    for (std::size_t r = 0; r < rows; ++r)
+      for (std::size_t c = 0; c < columns; ++c) {
+        m.x.push_back(x0 + static_cast<double>(c) * step);
+        m.y.push_back(y0 + static_cast<double>(r) * step);
+        m.z.push_back(m_format.non_finite && pick(8) == 0 ? any_double() : eighths(4000));
+      }
+    const bool clockwise = pick(2);
+    for (std::size_t r = 0; r + 1 < rows; ++r)
+      for (std::size_t c = 0; c + 1 < columns; ++c) {
+        const unsigned long long a = r * columns + c, b = a + 1, d = a + columns,
+                                 e = d + 1;
+        m.triangles.push_back(clockwise ? gvk::Triangle{a, d, e}
+                                        : gvk::Triangle{a, e, d});
+        m.triangles.push_back(clockwise ? gvk::Triangle{a, e, b}
+                                        : gvk::Triangle{a, b, e});
+      }
+    m.triangle_info = records<gravok_triangle_info>(m.triangles.size());
+    if (pick(2))
+      std::fill(m.triangle_info.begin(), m.triangle_info.end(), gravok_triangle_info{});
+    return m;
+  }
+  gvk::ElementSet elements(GradingElementType kind) {
+    gvk::ElementSet set;
+    const std::size_t n = pick(3);
+    set.records = records<gravok_grading_element>(n);
+    const bool points = kind == LowPoint || kind == BoundedPoint || kind == Offset;
+    for (gravok_grading_element& e : set.records)
+      for (double& at : e.location) at = points ? eighths(8000) : any_double();
+    if (points) return set;
+    for (std::size_t i = 0; i < n; ++i) {
+      const std::size_t vertices = 1 + pick(4);
+      set.xs.push_back({});
+      set.ys.push_back({});
+      for (std::size_t k = 0; k < vertices; ++k) {
+        set.xs.back().push_back(eighths(8000));
+        set.ys.back().push_back(eighths(8000));
+      }
+    }
+    if (kind >= 100) {
+      set.complex.double_lists_1 = {doubles(pick(3))};
+      set.complex.double_lists_11 = {doubles(pick(3)), doubles(1)};
+      set.complex.int_lists = {{static_cast<std::int32_t>(m_random()), INT32_MIN}};
+    }
+    return set;
+  }
+
+  Format m_format;
+  std::mt19937_64 m_random;
+  std::vector<std::string> m_units;
+};
+
+// The mesh with its vertices numbered in the order the triangles first name them, the
+// vertices no triangle names after those in their own order; every triangle keeps its
+// corners' order. A store whose format numbers points as it writes them (LandXML's
+// <P id>, DXF's face corners) compares equal vertex for vertex after this.
+gvk::Mesh renumbered(gvk::Mesh m) {
+  const std::size_t n = m.x.size();
+  if (m.y.size() != n || m.z.size() != n) return m;
+  const unsigned long long unseen = ~0ull;
+  std::vector<unsigned long long> number(n, unseen);
+  std::vector<std::size_t> order;
+  for (gvk::Triangle& t : m.triangles)
+    for (unsigned long long& v : t) {
+      if (v >= n) continue;
+      if (number[v] == unseen) number[v] = order.size(), order.push_back(v);
+      v = number[v];
+    }
+  for (std::size_t i = 0; i < n; ++i)
+    if (number[i] == unseen) number[i] = order.size(), order.push_back(i);
+  gvk::Mesh out = m;
+  for (std::size_t k = 0; k < n; ++k) {
+    out.x[k] = m.x[order[k]];
+    out.y[k] = m.y[order[k]];
+    out.z[k] = m.z[order[k]];
+  }
+  return out;
+}
+
+// The problem absolute, its meshes renumbered.
+gvk::Problem comparable(const gvk::Problem& p) {
+  gvk::Problem a = absolute(p);
+  a.mesh = renumbered(a.mesh);
+  for (gvk::Surface& s : a.surfaces) s.mesh = renumbered(s.mesh);
+  return a;
+}
+
+// The loss a store declares for a part that compare_problems names by `path`.
+std::string loss_for(const std::string& path) {
+  const auto starts = [&](const char* prefix) { return path.rfind(prefix, 0) == 0; };
+  if (starts("/settings/")) {
+    std::string name = path.substr(10, path.find('/', 10) - 10);
+    std::replace(name.begin(), name.end(), '_', ' ');
+    return "settings (" + name + ")";
+  }
+  if (starts("/elements/")) return path.substr(10, path.find('/', 10) - 10) + " element";
+  if (path.find("/triangle_info") != std::string::npos) return "triangle records";
+  if (starts("/hostcad_version")) return "host version";
+  if (starts("/units/")) return "units";
+  if (starts("/objectives")) return "objectives";
+  if (starts("/break_lines")) return "break lines";
+  // A surface's description is keyed by its id.
+  if (starts("/surfaces/") || starts("/all_surfaces") || starts("/description/surfaces/"))
+    return "surface";
+  if (starts("/description/")) return "descriptions";
+  return path;  // nothing declares a mesh, an origin or the GUIDs' flag lost
+}
+
+TEST_F(Differential, RandomProblemsComeBackEqualOrDeclareEachLoss) {
+  const fs::path dir = fs::path(testing::TempDir()) / "gravok_random";
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  std::string printable;
+  for (char c = ' '; c <= '~'; ++c) printable += c;
+  std::vector<Format> formats = {{".json", true, "", false},
+                                 {".node", false, printable, false}};
+  if (*GRAVOK_LANDXML_PLUGIN)
+    formats.push_back({".xml", false, printable + "\t\n\r", true});
+  if (*GRAVOK_DXF_PLUGIN) formats.push_back({".dxf", false, printable, true});
+  for (const Format& format : formats) {
+    for (unsigned seed = 1; seed <= 25; ++seed) {
+      const std::string path = (dir / (std::to_string(seed) + format.extension)).string();
+      SCOPED_TRACE(path);
+      gvk::ProblemSource source(Generator(format, seed).problem());
+      gvk::ProblemStore lossless;
+      lossless.copyAllFrom(source);
+      std::vector<std::string> reasons;
+      std::unique_ptr<gvk::DataStore> store = gvk::createDataStore(path, reasons);
+      ASSERT_TRUE(store) << path;
+      ASSERT_NO_THROW(store->copyAllFrom(source));
+      std::vector<gvk::StoreLoss> declared;
+      if (const auto* d = dynamic_cast<const gvk::DeclaresLosses*>(store.get()))
+        declared = d->losses();
+      // What a store is not handed, gravok copy declares: every surface but the
+      // current one, and the description.
+      if (!dynamic_cast<const gvk::DescribedStore*>(store.get()))
+        declared.push_back({"descriptions", 1});
+      if (!dynamic_cast<const gvk::SurfaceStore*>(store.get()))
+        declared.push_back({"surfaces", 1});
+      store.reset();
+      std::unique_ptr<gvk::DataSource> back = gvk::createDataSource(path, reasons);
+      ASSERT_TRUE(back) << (reasons.empty() ? "" : reasons.back());
+      gvk::Problem actual;
+      gvk::snapshot(*back, actual);
+      // The JSON document keeps the origin and every bit; the others may move the
+      // origin, so their values are compared absolute.
+      const bool keeps_all = format.extension == ".json";
+      const gvk::Problem& given = lossless.problem();
+      const std::vector<std::string> differences =
+          keeps_all ? gvk::compare_problems(given, actual)
+                    : gvk::compare_problems(comparable(given), comparable(actual));
+      std::set<std::string> unexplained;
+      for (const std::string& line : differences) {
+        // Only the JSON document keeps the sign of a zero setting; a store may name
+        // the one surface of a problem that lists none.
+        if (line.find(": -0 (bits 0x8000000000000000) != 0 (bits 0x0)") !=
+            std::string::npos)
+          continue;
+        if (given.surface_ids.empty() && given.surface_names.empty() &&
+            (line == "/surfaces/ids: 0 entries != 1 entries" ||
+             line == "/surfaces/names: 0 entries != 1 entries"))
+          continue;
+        const std::string loss = loss_for(line.substr(0, line.find(": ")));
+        bool covered = false;
+        for (const gvk::StoreLoss& l : declared)
+          covered |= l.what.find(loss) != std::string::npos;
+        if (!covered) unexplained.insert(line);
+      }
+      std::string listed;
+      for (const std::string& line : unexplained) listed += "\n  " + line;
+      EXPECT_TRUE(unexplained.empty()) << "differences no loss declares:" << listed;
+    }
+  }
+}
