@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -113,9 +114,7 @@ StoreProvider::~StoreProvider() {
 bool StoreProvider::canHandle(const std::string& location) const {
   if (has_prefix(location)) return true;
   const Location l = parse(location);
-  std::error_code failed;
-  return ends_in_dxf(l.path) &&
-         (!std::filesystem::exists(l.path, failed) || is_dxf_file(l.path));
+  return ends_in_dxf(l.path);
 }
 
 std::string StoreProvider::description() const {
@@ -131,6 +130,12 @@ std::unique_ptr<gvk::DataStore> StoreProvider::createDataStore(
     const std::string& location) const {
   std::string path = parse(location).path;
   std::error_code failed;
+  if (std::filesystem::is_directory(path, failed)) {
+    gvk::reportRefusal(path + ": " +
+                       std::make_error_code(std::errc::is_a_directory).message() +
+                       "; it is left as it is");
+    return nullptr;
+  }
   if (foreign_file(path) && std::filesystem::file_size(path, failed) > 0) {
     gvk::reportRefusal(path + ": not a DXF file: it does not start with the pairs " +
                        "0/SECTION; it is left as it is");

@@ -4,9 +4,9 @@
 //  - "PATH" ending in ".dxf" (any case): for reading, when the file starts as a DXF
 //    file does (0/SECTION, or a binary DXF's sentinel) or cannot be read (reading it
 //    then says why), so that another file of that name is left to other providers;
-//    for writing, when the file does not exist yet or is such a file, so that nothing
-//    else is overwritten. A "dxf:PATH" store refuses an existing file that is neither
-//    empty nor DXF.
+//    for writing, always: the store provider refuses, with its reason (reported
+//    through gvk::reportRefusal), a folder and an existing file that is neither empty
+//    nor DXF, so that nothing else is overwritten and the user learns why.
 //
 // Either may end in "?breaklines=LAYER": the polylines and LINEs of that layer are read
 // as break lines, beside those of layers whose names contain "breakline".

@@ -56,6 +56,15 @@ bool other_slots_set(std::int32_t kind, const double* at) {
   }
 }
 
+bool is_empty(const gvk::ProblemDescription& d) {
+  const gvk::CoordinateSystem& c = d.coordinate_system;
+  return c.epsg_code.empty() && c.wkt.empty() && c.name.empty() &&
+         c.description.empty() && c.horizontal_name.empty() &&
+         c.horizontal_datum.empty() && c.vertical_datum.empty() &&
+         d.application_name.empty() && d.application_version.empty() &&
+         d.surface_descriptions.empty();
+}
+
 }  // namespace
 
 DxfStore::DxfStore(std::string path) : m_path(std::move(path)) {}
@@ -166,6 +175,11 @@ void DxfStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
 
 void DxfStore::set_objectives(const std::vector<gravok_objective>& objectives) {
   m_losses.set("objectives", objectives.size());
+}
+
+void DxfStore::set_description(const gvk::ProblemDescription& description) {
+  m_losses.set("descriptions (coordinate system, application, surfaces)",
+               !is_empty(description));
 }
 
 void DxfStore::set_low_points(const std::vector<gravok_grading_element>& e) {

@@ -36,6 +36,7 @@
 
 #include <gravok/data_store.h>
 #include <gravok/store_losses.h>
+#include <gravok/surfaces.h>
 
 #include <map>
 #include <string>
@@ -43,7 +44,9 @@
 
 namespace gvk_dxf {
 
-class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
+class DxfStore : public gvk::DataStore,
+                 public gvk::DeclaresLosses,
+                 public gvk::DescribedStore {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit DxfStore(std::string path);
@@ -69,6 +72,9 @@ class DxfStore : public gvk::DataStore, public gvk::DeclaresLosses {
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
   void set_objectives(const std::vector<gravok_objective>& objectives) override;
+  // A drawing states no coordinate system, writing application or surface
+  // description: a description that is not empty is declared lost.
+  void set_description(const gvk::ProblemDescription& description) override;
 
   // Element setters keep the records of one kind, replacing earlier ones of that
   // kind. Kinds with polylines get their vertices only through

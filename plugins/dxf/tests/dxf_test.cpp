@@ -874,11 +874,12 @@ TEST(DxfProviders, OpenDxfSayWhyNotAndLeaveOtherFilesToOthers) {
   const Row rows[] = {
       {dxf, true, true, "", ""},
       {"dxf:" + dxf, true, true, "", ""},
-      {other, false, false, "", other + not_dxf + "; it is left as it is"},
+      {other, false, true, "", other + not_dxf + "; it is left as it is"},
       {"dxf:" + other, true, true, other + not_dxf,
        other + not_dxf + "; it is left as it is"},
       {fresh, true, true, fresh + ": cannot be read: " + std::strerror(ENOENT), ""},
-      {folder, true, false, folder + ": cannot be read: " + std::strerror(EISDIR), ""},
+      {folder, true, true, folder + ": cannot be read: " + std::strerror(EISDIR),
+       folder + ": " + std::strerror(EISDIR) + "; it is left as it is"},
       {bad, true, true, bad + ":9: group 10 of POINT: expected a finite number", ""},
       {temp_path("site.json"), false, false, "", ""},
   };
