@@ -446,21 +446,6 @@ if(LANDXML_PLUGIN)
          copy ${example} ${d}/w/old.xml ${lx})
   expect_unchanged(${d}/w "${before}" "LandXML copy")
 
-  # A read-only folder, as a user who may not write it: root may write anything, so
-  # the tool runs as nobody when the test runs as root.
-  file(MAKE_DIRECTORY ${d}/ro)
-  file(COPY_FILE ${civil} ${d}/ro/old.xml)
-  file(CHMOD ${d}/ro PERMISSIONS OWNER_READ OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-  listing(${d}/ro before)
-  set(GRAVOK_AS_ROOT ${GRAVOK})
-  set(GRAVOK ${as_user} ${GRAVOK})
-  expect(1 "^gravok: cannot write ${d}/ro/old.xml: Permission denied\n$" copy ${civil} ${d}/ro/old.xml ${lx})
-  expect(1 "^gravok: cannot write ${d}/ro/new.1.node: Permission denied\n$"
-         mesh clean ${d}/square.node -o ${d}/ro/new --tolerance 0)
-  set(GRAVOK ${GRAVOK_AS_ROOT})
-  expect_unchanged(${d}/ro "${before}" "read-only folder")
-  file(CHMOD ${d}/ro PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
-
 endif()
 
 # Values that mean nothing are refused; the JSON summary; units of area and volume.
@@ -478,27 +463,82 @@ if(LANDXML_PLUGIN)
          inspect ${d}/no-units.xml --plugin ${LANDXML_PLUGIN})
 endif()
 
-# A full disk: a tmpfs of 64 KiB, filled to the last page. Mounting takes root; where
-# it cannot mount, the case says so and is left out.
+# Every store against every way the system makes a write fail, as one table: a missing
+# folder; a read-only folder and a sticky folder (as /tmp is) in which the rename over
+# root's file fails, both as the user nobody, since root may write anything; a full
+# disk, a tmpfs of 64 KiB filled to its last page (mounting takes root; where it
+# cannot mount, the case says so and is left out). Each prints one line, "gravok:
+# cannot write PATH: REASON", exits 1 and leaves the folder as it was.
+expect(0 "site.json" demo ${d}/big --site-only --triangles 3000)
+set(stores json node)
+set(store_plugins)
+if(LANDXML_PLUGIN)
+  list(APPEND stores xml)
+  list(APPEND store_plugins --plugin ${LANDXML_PLUGIN})
+endif()
+if(DXF_PLUGIN)
+  list(APPEND stores dxf)
+  list(APPEND store_plugins --plugin ${DXF_PLUGIN})
+endif()
 file(MAKE_DIRECTORY ${d}/full)
 execute_process(COMMAND mount -t tmpfs -o size=64k tmpfs ${d}/full RESULT_VARIABLE mounted
                 ERROR_VARIABLE mount_error)
-if(mounted EQUAL 0)
-  file(COPY_FILE ${DATA_DIR}/landxml/blender_topo_s2.xml ${d}/full/old.xml)
-  file(COPY_FILE ${d}/square.json ${d}/full/prev.json)
-  string(REPEAT "x" 53000 filler)
-  file(WRITE ${d}/full/filler "${filler}")
-  listing(${d}/full before)
-  expect(1 "^gravok: cannot write ${d}/full/prev.json: No space left on device\n$"
-         copy ${example} ${d}/full/prev.json)
-  if(LANDXML_PLUGIN)
-    expect(1 "^gravok: cannot write ${d}/full/old.xml: No space left on device\n$"
-           copy ${civil} ${d}/full/old.xml --plugin ${LANDXML_PLUGIN})
-  endif()
-  expect_unchanged(${d}/full "${before}" "full disk")
-  execute_process(COMMAND umount ${d}/full)
-else()
+if(NOT mounted EQUAL 0)
   message(STATUS "the full disk is not tested: cannot mount a tmpfs here: ${mount_error}")
+endif()
+if(NOT uid STREQUAL "0")
+  message(STATUS "the failing rename is not tested: it takes a file of root's")
+endif()
+# write_fails(<folder> <reason> [AS_USER]): a copy into <folder>/site.EXT fails.
+function(write_fails folder reason)
+  set(run ${GRAVOK})
+  if(ARGN STREQUAL "AS_USER")
+    set(run ${as_user} ${GRAVOK})
+  endif()
+  listing(${folder} before)
+  execute_process(COMMAND ${run} copy ${d}/big/site.json ${folder}/site.${ext} ${store_plugins}
+                  RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 1 OR NOT "${out}${err}" STREQUAL "gravok: cannot write ${folder}/site.${ext}: ${reason}\n")
+    set(failures "${failures}\n.${ext} into ${folder}: exit ${rc} (wanted 1)\n  ${out}${err}"
+        PARENT_SCOPE)
+  endif()
+  listing(${folder} after)
+  if(NOT after STREQUAL before)
+    set(failures "${failures}\n.${ext} into ${folder}: the folder changed:\n${before}--\n${after}"
+        PARENT_SCOPE)
+  endif()
+endfunction()
+foreach(ext IN LISTS stores)
+  set(old_file copy ${d}/square.node site.${ext} ${store_plugins})
+  file(MAKE_DIRECTORY ${d}/wf-${ext} ${d}/ro-${ext} ${d}/sticky-${ext})
+  write_fails(${d}/wf-${ext}/nodir "No such file or directory")
+  execute_process(COMMAND ${GRAVOK} ${old_file} WORKING_DIRECTORY ${d}/ro-${ext}
+                    OUTPUT_QUIET ERROR_QUIET)
+  file(CHMOD ${d}/ro-${ext} PERMISSIONS OWNER_READ OWNER_EXECUTE WORLD_READ WORLD_EXECUTE)
+  write_fails(${d}/ro-${ext} "Permission denied" AS_USER)
+  if(uid STREQUAL "0")
+    execute_process(COMMAND ${GRAVOK} ${old_file} WORKING_DIRECTORY ${d}/sticky-${ext}
+                    OUTPUT_QUIET ERROR_QUIET)
+    file(GLOB old ${d}/sticky-${ext}/*)
+    execute_process(COMMAND chmod 666 ${old})
+    execute_process(COMMAND chmod 1777 ${d}/sticky-${ext})
+    write_fails(${d}/sticky-${ext} "Operation not permitted" AS_USER)
+  endif()
+  if(mounted EQUAL 0)
+    file(GLOB old ${d}/full/*)
+    if(old)
+      file(REMOVE ${old})
+    endif()
+    execute_process(COMMAND ${GRAVOK} ${old_file} WORKING_DIRECTORY ${d}/full
+                    OUTPUT_QUIET ERROR_QUIET)
+    string(REPEAT "x" 53000 filler)
+    file(WRITE ${d}/full/filler "${filler}")
+    write_fails(${d}/full "No space left on device")
+  endif()
+  file(CHMOD ${d}/ro-${ext} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+endforeach()
+if(mounted EQUAL 0)
+  execute_process(COMMAND umount ${d}/full)
 endif()
 
 if(failures)

@@ -30,6 +30,29 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// A folder of the test's own, removed with what it holds at the end: its name carries a
+// random token, so that test runs of other build trees on the machine neither write
+// into it nor remove it under this one.
+class OwnFolder {
+ public:
+  explicit OwnFolder(const std::string& stem)
+      : m_path(fs::path(testing::TempDir()) /
+               (stem + "_" + std::to_string(std::random_device{}()))) {
+    fs::remove_all(m_path);
+    fs::create_directories(m_path);
+  }
+  ~OwnFolder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+  }
+  OwnFolder(const OwnFolder&) = delete;
+  OwnFolder& operator=(const OwnFolder&) = delete;
+  fs::path operator/(const std::string& name) const { return m_path / name; }
+
+ private:
+  fs::path m_path;
+};
+
 // ---- comparing problems in absolute coordinates, part by part --------------------
 
 bool close(double a, double b) {
@@ -387,9 +410,7 @@ void copy_and_check(const std::string& from, const std::string& to, Tally& tally
 }
 
 TEST_F(Differential, EveryCopyArrivesEqualIsRefusedOrDeclaresItsLoss) {
-  const fs::path dir = fs::path(testing::TempDir()) / "gravok_differential";
-  fs::remove_all(dir);
-  fs::create_directories(dir);
+  const OwnFolder dir("gravok_differential");
   // Every problem as a source in every format that takes it, the real files as they
   // are besides.
   std::vector<std::string> sources = real_files();
@@ -695,9 +716,7 @@ std::string loss_for(const std::string& path) {
 }
 
 TEST_F(Differential, RandomProblemsComeBackEqualOrDeclareEachLoss) {
-  const fs::path dir = fs::path(testing::TempDir()) / "gravok_random";
-  fs::remove_all(dir);
-  fs::create_directories(dir);
+  const OwnFolder dir("gravok_random");
   std::string printable;
   for (char c = ' '; c <= '~'; ++c) printable += c;
   std::vector<Format> formats = {{".json", true, "", false},
