@@ -1,6 +1,6 @@
 #include "landxml_document.h"
 
-#include <pugixml.hpp>
+#include <expat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,7 +9,9 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <limits>
+#include <memory>
+#include <new>
 #include <system_error>
 #include <unordered_map>
 
@@ -77,7 +79,10 @@ std::int32_t unit_type(const char* name, int power) {
 }
 
 // ---------------------------------------------------------------------------------
-// Reading.
+// Reading. The text goes through expat's stream parser in slices (a file is never held
+// whole, nor a tree of it): the handlers below follow the elements this mapping knows
+// by their place under <LandXML> and build the surfaces as their elements end. Only
+// the text of the element being read is held, and a surface's point index.
 
 bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
@@ -93,29 +98,19 @@ std::string excerpt(const char* text) {
   return std::string(text, cut) + "...";
 }
 
-// The element's name without a namespace prefix.
-const char* local_name(const pugi::xml_node& node) {
-  const char* name = node.name();
+// The element name without a namespace prefix.
+const char* local_name(const char* name) {
   const char* colon = std::strrchr(name, ':');
   return colon ? colon + 1 : name;
 }
 
-bool is(const pugi::xml_node& node, const char* name) {
-  return node.type() == pugi::node_element && std::strcmp(local_name(node), name) == 0;
-}
-
-pugi::xml_node child(const pugi::xml_node& node, const char* name) {
-  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
-    if (is(c, name)) return c;
+// The value of the first attribute named `name` (the prefix included), "" when there
+// is none.
+const char* attribute(const XML_Char** attributes, const char* name) {
+  for (; *attributes; attributes += 2) {
+    if (std::strcmp(attributes[0], name) == 0) return attributes[1];
   }
-  return {};
-}
-
-std::size_t children_named(const pugi::xml_node& node, const char* name) {
-  std::size_t count = 0;
-  for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
-    count += is(c, name);
-  return count;
+  return "";
 }
 
 // Reads the numbers of a white-space separated list (line breaks included), appending
@@ -154,362 +149,784 @@ int read_integers(const char* text, long long* out, int capacity) {
   }
 }
 
-// Point ids to positions in <Pnts>. Ids that fill a range densely (the usual case:
-// 1 to n, perhaps with gaps) are looked up in a table; any others in a hash map.
+// Point ids to positions in <Pnts>, built as the points arrive. Ids that fill a range
+// densely (the usual case: 1 to n, perhaps with gaps, in any order) are kept in a
+// table that grows towards either end by doubling; as soon as the ids seen span more
+// than 4 slots per id (and 1024 more), they move to a hash map. The table thus never
+// holds more than about 8 slots per id, whatever the ids are.
 class PointIndex {
  public:
-  // Indexes `ids`; false with the position of the first repeated id in `repeated`.
-  bool build(const std::vector<long long>& ids, std::size_t& repeated) {
-    if (ids.empty()) return true;
-    const auto [lo, hi] = std::minmax_element(ids.begin(), ids.end());
-    m_min = *lo;
-    const unsigned long long span =
-        static_cast<unsigned long long>(*hi) - static_cast<unsigned long long>(*lo);
-    m_dense = span < 4 * static_cast<unsigned long long>(ids.size()) + 1024;
-    if (m_dense) m_table.assign(static_cast<std::size_t>(span) + 1, kNone);
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-      if (!insert(ids[i], i)) {
-        repeated = i;
-        return false;
-      }
+  // Adds `id` at `position`; false when the index holds `id` already.
+  bool add(long long id, std::size_t position) {
+    if (!m_dense) return m_map.emplace(id, position).second;
+    if (m_count == 0) {
+      m_min = m_lo = m_hi = id;
+      m_table.assign(1, kNone);
     }
+    m_lo = std::min(m_lo, id);
+    m_hi = std::max(m_hi, id);
+    const unsigned long long span = unsigned_of(m_hi) - unsigned_of(m_lo);
+    if (span >= 4 * static_cast<unsigned long long>(m_count + 1) + 1024) {
+      to_map();
+      return m_map.emplace(id, position).second;
+    }
+    cover(id);
+    std::size_t& slot =
+        m_table[static_cast<std::size_t>(unsigned_of(id) - unsigned_of(m_min))];
+    if (slot != kNone) return false;
+    slot = position;
+    ++m_count;
     return true;
   }
 
-  bool find(long long id, std::size_t& index) const {
+  bool find(long long id, std::size_t& position) const {
     if (!m_dense) {
       const auto found = m_map.find(id);
       if (found == m_map.end()) return false;
-      index = found->second;
+      position = found->second;
       return true;
     }
-    const unsigned long long slot =
-        static_cast<unsigned long long>(id) - static_cast<unsigned long long>(m_min);
+    const unsigned long long slot = unsigned_of(id) - unsigned_of(m_min);
     if (id < m_min || slot >= m_table.size() || m_table[slot] == kNone) return false;
-    index = m_table[slot];
+    position = m_table[static_cast<std::size_t>(slot)];
     return true;
   }
 
  private:
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
-  bool insert(long long id, std::size_t index) {
-    if (!m_dense) return m_map.emplace(id, index).second;
-    std::size_t& slot = m_table[static_cast<std::size_t>(
-        static_cast<unsigned long long>(id) - static_cast<unsigned long long>(m_min))];
-    if (slot != kNone) return false;
-    slot = index;
-    return true;
+  static unsigned long long unsigned_of(long long id) {
+    return static_cast<unsigned long long>(id);
   }
 
-  long long m_min = 0;
+  // Grows the table so that it has a slot for `id`, which lies within 4 slots per id
+  // of the others.
+  void cover(long long id) {
+    const std::size_t size = m_table.size();
+    if (id < m_min) {
+      const unsigned long long needed = unsigned_of(m_min) - unsigned_of(id);
+      const unsigned long long room =
+          unsigned_of(m_min) - unsigned_of(std::numeric_limits<long long>::min());
+      const std::size_t extra = static_cast<std::size_t>(
+          std::min(std::max<unsigned long long>(needed, size), room));
+      std::vector<std::size_t> table(size + extra, kNone);
+      std::copy(m_table.begin(), m_table.end(),
+                table.begin() + static_cast<std::ptrdiff_t>(extra));
+      m_table.swap(table);
+      m_min = static_cast<long long>(unsigned_of(m_min) - extra);
+    } else if (unsigned_of(id) - unsigned_of(m_min) >= size) {
+      const unsigned long long needed = unsigned_of(id) - unsigned_of(m_min) + 1;
+      const unsigned long long room =
+          unsigned_of(std::numeric_limits<long long>::max()) - unsigned_of(m_min) + 1;
+      const unsigned long long grown = std::max<unsigned long long>(needed, 2 * size);
+      m_table.resize(static_cast<std::size_t>(room == 0 ? grown : std::min(grown, room)),
+                     kNone);
+    }
+  }
+
+  void to_map() {
+    m_map.reserve(m_count * 2);
+    for (std::size_t slot = 0; slot < m_table.size(); ++slot) {
+      if (m_table[slot] != kNone) {
+        m_map.emplace(static_cast<long long>(unsigned_of(m_min) + slot), m_table[slot]);
+      }
+    }
+    std::vector<std::size_t>().swap(m_table);
+    m_dense = false;
+  }
+
   bool m_dense = true;
+  long long m_min = 0;           // the id of slot 0
+  long long m_lo = 0, m_hi = 0;  // the least and the greatest id added
+  std::size_t m_count = 0;
   std::vector<std::size_t> m_table;
   std::unordered_map<long long, std::size_t> m_map;
 };
 
-// What every reading step needs: the text (to turn offsets into line numbers), the
-// name for messages, and where errors and warnings go.
-struct Context {
-  const char* text;
-  std::size_t size;
-  const std::string& where;
-  std::string& error;
-  std::vector<std::string>& warnings;
-  // The line of byte `counted`: counting goes on from there when the next offset asked
-  // for lies further on, so messages in document order (the warnings of a file of
-  // many surfaces) count each byte once, not once per message.
-  std::size_t counted = 0;
-  long line = 1;
-
-  long line_at(std::ptrdiff_t offset) {
-    if (offset < 0) return 0;
-    const std::size_t end = std::min(static_cast<std::size_t>(offset), size);
-    if (end < counted) {
-      counted = 0;
-      line = 1;
-    }
-    line += static_cast<long>(std::count(text + counted, text + end, '\n'));
-    counted = end;
-    return line;
-  }
-  std::string at(const pugi::xml_node& node) {
-    return where + ":" + std::to_string(line_at(node.offset_debug())) + ": ";
-  }
-  bool fail(const pugi::xml_node& node, const std::string& message) {
-    error = at(node) + message;
-    return false;
-  }
-  void warn(const pugi::xml_node& node, const std::string& message) {
-    warnings.push_back(at(node) + message);
-  }
+// What the reader makes of the elements it knows. An element under one it does not
+// know (or under a second <Definition>, <Pnts>, ... where only the first counts) is
+// kSkipped, and so is everything inside it.
+enum class Kind : unsigned char {
+  kSkipped,
+  kRoot,
+  kUnits,
+  kSurfaces,
+  kSurface,
+  kDefinition,
+  kPnts,
+  kP,
+  kFaces,
+  kF,
+  kSourceData,
+  kBreaklines,
+  kBreakline,
+  kBoundaries,
+  kBoundary,
+  kPntList2D,
+  kPntList3D,
 };
 
-std::string point_tag(const pugi::xml_node& p) {
-  return "<P id=\"" + excerpt(p.attribute("id").value()) + "\">";
-}
+// The unit attributes of a <Metric> or <Imperial>, kept until its <Units> ends.
+struct UnitSystem {
+  bool seen = false;
+  unsigned long line = 0;
+  std::string names[3];  // linearUnit, areaUnit, volumeUnit
+};
 
-// Reads the <P> entries of <Pnts> into the surface and their ids into `ids`.
-bool read_points(Context& context, const pugi::xml_node& pnts, Surface& surface,
-                 std::vector<long long>& ids) {
-  // Sized by the elements the parser found, never by a count the file states.
-  const std::size_t count = children_named(pnts, "P");
-  for (auto* v : {&surface.x, &surface.y, &surface.z}) v->reserve(count);
-  ids.reserve(count);
+// A <PntList2D> or <PntList3D> of a break line or boundary: only the first of each
+// kind counts, and the 3D one over the 2D one.
+struct PointList {
+  bool seen = false;
+  bool numbers_ok = false;
+  unsigned long line = 0;
+  std::string name;  // as the file spells it, for messages
   std::vector<double> numbers;
-  for (pugi::xml_node p = pnts.first_child(); p; p = p.next_sibling()) {
-    if (!is(p, "P")) continue;
-    long long id = 0;
-    if (read_integers(p.attribute("id").value(), &id, 1) != 1) {
-      return context.fail(p, point_tag(p) + ": the id is not an integer");
-    }
-    numbers.clear();
-    if (!read_numbers(p.child_value(), numbers)) {
-      return context.fail(p, point_tag(p) + ": expected \"northing easting elevation\"" +
-                                 ", found text that is not a finite number");
-    }
-    if (numbers.size() == 2) {
-      return context.fail(p, point_tag(p) + ": missing elevation (expected " +
-                                 "\"northing easting elevation\")");
-    }
-    if (numbers.size() != 3) {
-      return context.fail(p, point_tag(p) + ": expected 3 numbers " +
-                                 "\"northing easting elevation\", found " +
-                                 std::to_string(numbers.size()));
-    }
-    ids.push_back(id);
-    surface.y.push_back(numbers[0]);  // northing first
-    surface.x.push_back(numbers[1]);
-    surface.z.push_back(numbers[2]);
-  }
-  return true;
-}
+};
 
-bool read_faces(Context& context, const pugi::xml_node& faces, const PointIndex& index,
-                Surface& surface) {
-  surface.triangles.reserve(children_named(faces, "F"));
-  for (pugi::xml_node f = faces.first_child(); f; f = f.next_sibling()) {
-    if (!is(f, "F")) continue;
-    if (std::strcmp(f.attribute("i").value(), "1") == 0) {
-      ++surface.invisible_faces;  // invisible: not part of the surface
-      continue;
+// The parser keeps each open element on a stack of its own: the depth is capped so
+// that its memory stays small (LandXML itself nests about ten levels).
+constexpr std::size_t kMaxDepth = 256;
+
+class Reader {
+ public:
+  Reader(const std::string& where, Document& document, std::string& error,
+         std::vector<std::string>& warnings)
+      : m_where(where), m_document(document), m_error(error), m_warnings(warnings) {}
+
+  ~Reader() {
+    if (m_parser) XML_ParserFree(m_parser);
+  }
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+
+  bool start() {
+    static const XML_Memory_Handling_Suite kMemory = {allocate, reallocate, release};
+    m_parser = XML_ParserCreate_MM(nullptr, &kMemory, nullptr);
+    if (!m_parser) {
+      m_error = m_where + ": out of memory";
+      return false;
     }
+    XML_SetUserData(m_parser, this);
+    XML_SetElementHandler(m_parser, on_start, on_end);
+    XML_SetCharacterDataHandler(m_parser, on_text);
+    XML_SetCommentHandler(m_parser, on_comment);
+    XML_SetProcessingInstructionHandler(m_parser, on_instruction);
+    XML_SetStartCdataSectionHandler(m_parser, on_cdata);
+    XML_SetEntityDeclHandler(m_parser, on_entity);
+    XML_SetSkippedEntityHandler(m_parser, on_skipped_entity);
+    XML_SetParamEntityParsing(m_parser, XML_PARAM_ENTITY_PARSING_NEVER);
+    // A document with an external DTD or a parameter entity reference could declare
+    // entities the reader does not read, and expat would drop references to them from
+    // attribute values without a word: such a document is refused, unless it says
+    // standalone="yes" (then a reference to an undeclared entity is an error).
+    XML_SetNotStandaloneHandler(m_parser, [](void*) { return 0; });
+    return true;
+  }
+
+  // Parses the next `size` bytes at `text` (`last` for the final ones).
+  bool parse(const char* text, std::size_t size, bool last) {
+    do {
+      const std::size_t slice = std::min(size, m_slice);
+      const std::size_t events = m_events;
+      if (XML_Parse(m_parser, text, static_cast<int>(slice), last && slice == size) !=
+          XML_STATUS_OK) {
+        return failed();
+      }
+      fed(slice, events);
+      text += slice;
+      size -= slice;
+    } while (size > 0);
+    return true;
+  }
+
+  // The bytes to give the parser next: what parse_buffer takes at most.
+  std::size_t slice() const { return m_slice; }
+  void* buffer(std::size_t size) {
+    return XML_GetBuffer(m_parser, static_cast<int>(size));
+  }
+
+  // Parses `size` bytes that are already in the parser's buffer.
+  bool parse_buffer(std::size_t size, bool last) {
+    const std::size_t events = m_events;
+    if (XML_ParseBuffer(m_parser, static_cast<int>(size), last) != XML_STATUS_OK) {
+      return failed();
+    }
+    fed(size, events);
+    return true;
+  }
+
+ private:
+  // The parser is fed in slices of 64 KiB. One token that spans slices (a long
+  // attribute value) is scanned again from its start with every slice, so while a
+  // slice brings no event the next one doubles, up to the bytes fed so far: a token of
+  // n bytes then costs O(n) to scan, not O(n^2 / slice), and the slice stays within
+  // the size of the text.
+  static constexpr std::size_t kSlice = 64 * 1024;
+  static constexpr std::size_t kMostSlice = std::size_t{1} << 30;
+  void fed(std::size_t bytes, std::size_t events_before) {
+    m_fed += bytes;
+    m_slice = m_events != events_before
+                  ? kSlice
+                  : std::min({2 * m_slice, std::max(kSlice, m_fed), kMostSlice});
+  }
+
+  // The parser's memory comes from operator new, like every other allocation of the
+  // plug-in, so that a host (or a test) that replaces it sees all of it. Each block
+  // keeps its size in front for reallocate.
+  static constexpr std::size_t kHeader = 16;
+  static void* allocate(std::size_t size) {
+    if (size > std::numeric_limits<std::size_t>::max() - kHeader) return nullptr;
+    void* block = ::operator new(size + kHeader, std::nothrow);
+    if (!block) return nullptr;
+    *static_cast<std::size_t*>(block) = size;
+    return static_cast<char*>(block) + kHeader;
+  }
+  static void release(void* p) {
+    if (p) ::operator delete(static_cast<char*>(p) - kHeader);
+  }
+  static void* reallocate(void* p, std::size_t size) {
+    if (!p) return allocate(size);
+    void* grown = allocate(size);
+    if (!grown) return nullptr;
+    const std::size_t old =
+        *reinterpret_cast<std::size_t*>(static_cast<char*>(p) - kHeader);
+    std::memcpy(grown, p, std::min(old, size));
+    release(p);
+    return grown;
+  }
+
+  bool failed() {
+    if (!m_failed) {
+      m_failed = true;
+      // expat says "no element found" also of a text cut inside the root.
+      const XML_Error code = XML_GetErrorCode(m_parser);
+      const std::string what =
+          code == XML_ERROR_NO_MEMORY ? "out of memory"
+          : code == XML_ERROR_NOT_STANDALONE
+              ? "the DOCTYPE names an external DTD or a parameter entity, which are not "
+                "read (entities are never expanded)"
+          : code == XML_ERROR_NO_ELEMENTS && m_depth > 0
+              ? "not well-formed XML: the text ends before </" + m_root + ">"
+              : std::string("not well-formed XML: ") + XML_ErrorString(code);
+      m_error = at(static_cast<unsigned long>(XML_GetErrorLineNumber(m_parser))) + what;
+    }
+    return false;
+  }
+
+  unsigned long line() const {
+    return static_cast<unsigned long>(XML_GetCurrentLineNumber(m_parser));
+  }
+  std::string at(unsigned long line) const {
+    return m_where + ":" + std::to_string(line) + ": ";
+  }
+  // Stops the parser with `message` about the element at `line`.
+  void fail(unsigned long line, const std::string& message) { stop(at(line) + message); }
+  void stop(const std::string& message) {
+    if (m_failed) return;
+    m_failed = true;
+    m_error = message;
+    XML_StopParser(m_parser, XML_FALSE);
+  }
+  void warn(unsigned long line, const std::string& message) {
+    m_warnings.push_back(at(line) + message);
+  }
+
+  // The handlers: each catches what it throws (out of memory), which must not cross
+  // the parser's C frames.
+  template <typename Work>
+  static void guarded(void* self, Work work) {
+    Reader& reader = *static_cast<Reader*>(self);
+    if (reader.m_failed) return;  // the parser may call a few more after a stop
+    ++reader.m_events;
+    try {
+      work(reader);
+    } catch (const std::bad_alloc&) {
+      reader.fail(reader.line(), "out of memory");
+    }
+  }
+  static void XMLCALL on_start(void* self, const XML_Char* name, const XML_Char** atts) {
+    guarded(self, [&](Reader& r) { r.start_element(name, atts); });
+  }
+  static void XMLCALL on_end(void* self, const XML_Char*) {
+    guarded(self, [&](Reader& r) { r.end_element(); });
+  }
+  static void XMLCALL on_text(void* self, const XML_Char* text, int size) {
+    guarded(self, [&](Reader& r) {
+      if (r.m_capturing && r.m_depth == r.m_capture_depth) {
+        r.m_text.append(text, static_cast<std::size_t>(size));
+      }
+    });
+  }
+  static void XMLCALL on_comment(void* self, const XML_Char*) {
+    guarded(self, [](Reader& r) { r.interrupt_text(); });
+  }
+  static void XMLCALL on_instruction(void* self, const XML_Char*, const XML_Char*) {
+    guarded(self, [](Reader& r) { r.interrupt_text(); });
+  }
+  static void XMLCALL on_cdata(void* self) {
+    guarded(self, [](Reader& r) { r.interrupt_text(); });
+  }
+  static void XMLCALL on_entity(void* self, const XML_Char* name, int parameter,
+                                const XML_Char*, int, const XML_Char*, const XML_Char*,
+                                const XML_Char*, const XML_Char*) {
+    guarded(self, [&](Reader& r) {
+      r.fail(r.line(), std::string("<!ENTITY ") + (parameter ? "% " : "") +
+                           excerpt(name) +
+                           ">: entity declarations are refused (entities are never "
+                           "expanded)");
+    });
+  }
+  static void XMLCALL on_skipped_entity(void* self, const XML_Char* name, int) {
+    guarded(self, [&](Reader& r) {
+      r.fail(r.line(), "&" + excerpt(name) +
+                           ";: a reference to an entity that is not read (entities "
+                           "are never expanded)");
+    });
+  }
+
+  // The text an element holds is its character data before anything else inside it
+  // (a child element, a comment, a CDATA section or a processing instruction); text
+  // that is only white space does not count as that first text.
+  void interrupt_text() {
+    if (!m_capturing) return;
+    if (std::all_of(m_text.begin(), m_text.end(), is_space)) {
+      m_text.clear();
+    } else {
+      m_capturing = false;
+    }
+  }
+  // Starts keeping the text of the element that is starting (one level below m_depth).
+  void capture() {
+    m_text.clear();
+    m_capturing = true;
+    m_capture_depth = m_depth + 1;
+  }
+
+  Kind kind_of(Kind parent, const char* full_name, const char* name,
+               const XML_Char** atts) {
+    const auto named = [&](const char* n) { return std::strcmp(name, n) == 0; };
+    switch (parent) {
+      case Kind::kRoot:
+        if (named("Units")) {
+          m_has_units = true;
+          m_metric = UnitSystem();
+          m_imperial = UnitSystem();
+          return Kind::kUnits;
+        }
+        if (named("Application")) {
+          m_document.application_name = attribute(atts, "name");
+          m_document.application_version = attribute(atts, "version");
+          m_document.application =
+              m_document.application_name + " " + m_document.application_version;
+        } else if (named("CoordinateSystem")) {
+          gvk::CoordinateSystem& c = m_document.coordinate_system;
+          c.name = attribute(atts, "name");
+          c.description = attribute(atts, "desc");
+          c.epsg_code = attribute(atts, "epsgCode");
+          c.wkt = attribute(atts, "ogcWktCode");
+          c.horizontal_name = attribute(atts, "horizontalCoordinateSystemName");
+          c.horizontal_datum = attribute(atts, "horizontalDatum");
+          c.vertical_datum = attribute(atts, "verticalDatum");
+        } else if (named("Surfaces")) {
+          return Kind::kSurfaces;
+        }
+        return Kind::kSkipped;
+      case Kind::kUnits:
+        for (UnitSystem* system : {&m_metric, &m_imperial}) {
+          if (system->seen || !named(system == &m_metric ? "Metric" : "Imperial")) {
+            continue;
+          }
+          system->seen = true;
+          system->line = line();
+          system->names[0] = attribute(atts, "linearUnit");
+          system->names[1] = attribute(atts, "areaUnit");
+          system->names[2] = attribute(atts, "volumeUnit");
+        }
+        return Kind::kSkipped;
+      case Kind::kSurfaces:
+        if (!named("Surface")) return Kind::kSkipped;
+        m_surface = Surface();
+        m_surface.name = attribute(atts, "name");
+        m_surface.desc = attribute(atts, "desc");
+        m_surface_line = line();
+        m_definition_seen = m_tin = m_source_seen = false;
+        m_source_error.clear();
+        m_source_warnings.clear();
+        return Kind::kSurface;
+      case Kind::kSurface:
+        if (named("Definition") && !m_definition_seen) {
+          m_definition_seen = true;
+          const char* type = attribute(atts, "surfType");
+          m_tin = !*type || equal_ignoring_case(type, "TIN");
+          m_pnts_seen = m_pnts_done = m_faces_seen = m_any_face = false;
+          m_index = PointIndex();
+          m_deferred_lines.clear();
+          return m_tin ? Kind::kDefinition : Kind::kSkipped;
+        }
+        if (named("SourceData") && !m_source_seen) {
+          m_source_seen = true;
+          return Kind::kSourceData;
+        }
+        return Kind::kSkipped;
+      case Kind::kDefinition:
+        if (named("Pnts") && !m_pnts_seen) {
+          m_pnts_seen = true;
+          return Kind::kPnts;
+        }
+        if (named("Faces") && !m_faces_seen) {
+          m_faces_seen = true;
+          m_faces_line = line();
+          return Kind::kFaces;
+        }
+        return Kind::kSkipped;
+      case Kind::kPnts:
+        if (!named("P")) return Kind::kSkipped;
+        m_point_id = attribute(atts, "id");
+        m_element_line = line();
+        capture();
+        return Kind::kP;
+      case Kind::kFaces:
+        if (!named("F")) return Kind::kSkipped;
+        m_any_face = true;
+        if (std::strcmp(attribute(atts, "i"), "1") == 0) {
+          ++m_surface.invisible_faces;  // invisible: not part of the surface
+          return Kind::kSkipped;
+        }
+        m_element_line = line();
+        capture();
+        return Kind::kF;
+      case Kind::kSourceData:
+        if (named("Breaklines")) return Kind::kBreaklines;
+        if (named("Boundaries")) return Kind::kBoundaries;
+        return Kind::kSkipped;
+      case Kind::kBreaklines:
+      case Kind::kBoundaries: {
+        const bool lines = parent == Kind::kBreaklines;
+        if (!named(lines ? "Breakline" : "Boundary")) return Kind::kSkipped;
+        if (!lines && !equal_ignoring_case(attribute(atts, "bndType"), "outer")) {
+          return Kind::kSkipped;
+        }
+        m_element_line = line();
+        m_list2.seen = m_list3.seen = false;
+        return lines ? Kind::kBreakline : Kind::kBoundary;
+      }
+      case Kind::kBreakline:
+      case Kind::kBoundary:
+        for (PointList* list : {&m_list2, &m_list3}) {
+          if (list->seen || !named(list == &m_list2 ? "PntList2D" : "PntList3D")) {
+            continue;
+          }
+          list->seen = true;
+          list->line = line();
+          list->name = full_name;
+          capture();
+          return list == &m_list2 ? Kind::kPntList2D : Kind::kPntList3D;
+        }
+        return Kind::kSkipped;
+      default: return Kind::kSkipped;
+    }
+  }
+
+  void start_element(const XML_Char* name, const XML_Char** atts) {
+    interrupt_text();
+    if (m_depth == kMaxDepth) {
+      return fail(line(), "<" + excerpt(name) + ">: elements nested deeper than " +
+                              std::to_string(kMaxDepth) + " levels");
+    }
+    const char* local = local_name(name);
+    Kind kind = Kind::kSkipped;
+    if (m_depth == 0) {
+      if (std::strcmp(local, "LandXML") != 0) {
+        return fail(line(),
+                    "the root element is <" + excerpt(name) + ">, expected <LandXML>");
+      }
+      kind = Kind::kRoot;
+      m_root = excerpt(name);
+      m_root_line = line();
+      m_root_warnings = m_warnings.size();
+    } else if (m_skipped_from == 0) {
+      kind = kind_of(m_kinds.back(), name, local, atts);
+    }
+    ++m_depth;
+    if (kind == Kind::kSkipped) {
+      if (m_skipped_from == 0) m_skipped_from = m_depth;
+      return;
+    }
+    m_kinds.push_back(kind);
+  }
+
+  void end_element() {
+    if (m_skipped_from != 0) {
+      if (m_depth-- == m_skipped_from) m_skipped_from = 0;
+      return;
+    }
+    const Kind kind = m_kinds.back();
+    m_kinds.pop_back();
+    --m_depth;
+    m_capturing = false;
+    switch (kind) {
+      case Kind::kRoot:
+        // A file that does not state its units is read with the unknown unit, never a
+        // guess; the warning comes first, as the root it is about does.
+        if (!m_has_units) {
+          m_warnings.insert(
+              m_warnings.begin() + static_cast<std::ptrdiff_t>(m_root_warnings),
+              at(m_root_line) + "no <Units>: the units are unknown");
+        }
+        return;
+      case Kind::kUnits: return end_units();
+      case Kind::kPnts: m_pnts_done = true; return;
+      case Kind::kP: return end_point();
+      case Kind::kF: return end_face();
+      case Kind::kPntList2D:
+      case Kind::kPntList3D: {
+        PointList& list = kind == Kind::kPntList3D ? m_list3 : m_list2;
+        list.numbers.clear();
+        list.numbers_ok = read_numbers(m_text.c_str(), list.numbers) &&
+                          list.numbers.size() % (kind == Kind::kPntList3D ? 3 : 2) == 0;
+        return;
+      }
+      case Kind::kBreakline: return end_break_line();
+      case Kind::kBoundary: return end_boundary();
+      case Kind::kDefinition: return end_definition();
+      case Kind::kSurface: return end_surface();
+      default: return;
+    }
+  }
+
+  void end_units() {
+    const UnitSystem& system = m_metric.seen ? m_metric : m_imperial;
+    if (!system.seen) return;
+    std::int32_t* fields[] = {&m_document.units.linear, &m_document.units.area,
+                              &m_document.units.volume};
+    const char* attributes[] = {"linearUnit", "areaUnit", "volumeUnit"};
+    for (int i = 0; i < 3; ++i) {
+      const std::string& name = system.names[i];
+      const std::int32_t type = unit_type(name.c_str(), i + 1);
+      *fields[i] = type < 0 ? gvk::kUnknownUnitType : type;
+      if (type < 0 && !name.empty()) {
+        warn(system.line, std::string(attributes[i]) + " \"" + excerpt(name.c_str()) +
+                              "\" is not a known unit: reported as unknown");
+      }
+    }
+  }
+
+  std::string point_tag() const {
+    return "<P id=\"" + excerpt(m_point_id.c_str()) + "\">";
+  }
+
+  void end_point() {
+    long long id = 0;
+    if (read_integers(m_point_id.c_str(), &id, 1) != 1) {
+      return fail(m_element_line, point_tag() + ": the id is not an integer");
+    }
+    m_numbers.clear();
+    if (!read_numbers(m_text.c_str(), m_numbers)) {
+      return fail(m_element_line, point_tag() +
+                                      ": expected \"northing easting elevation\"" +
+                                      ", found text that is not a finite number");
+    }
+    if (m_numbers.size() == 2) {
+      return fail(m_element_line, point_tag() + ": missing elevation (expected " +
+                                      "\"northing easting elevation\")");
+    }
+    if (m_numbers.size() != 3) {
+      return fail(m_element_line, point_tag() + ": expected 3 numbers " +
+                                      "\"northing easting elevation\", found " +
+                                      std::to_string(m_numbers.size()));
+    }
+    if (!m_index.add(id, m_surface.x.size())) {
+      return fail(m_element_line, point_tag() + ": duplicate point id");
+    }
+    m_surface.y.push_back(m_numbers[0]);  // northing first
+    m_surface.x.push_back(m_numbers[1]);
+    m_surface.z.push_back(m_numbers[2]);
+  }
+
+  // A face whose points are not all read yet (its <Faces> comes before <Pnts>) keeps
+  // its ids until the <Definition> ends.
+  void end_face() {
     long long ids[3];
-    const int count = read_integers(f.child_value(), ids, 3);
-    if (count != 3) {
-      return context.fail(
-          f, "<F>: expected 3 point ids, found \"" + excerpt(f.child_value()) + "\"");
+    if (read_integers(m_text.c_str(), ids, 3) != 3) {
+      return fail(m_element_line,
+                  "<F>: expected 3 point ids, found \"" + excerpt(m_text.c_str()) + "\"");
     }
     gvk::Triangle triangle{};
+    const bool deferred = !m_pnts_done;
     for (int k = 0; k < 3; ++k) {
-      std::size_t position = 0;
-      if (!index.find(ids[k], position)) {
-        return context.fail(f, "<F> names point " + std::to_string(ids[k]) +
-                                   ", which <Pnts> does not hold");
+      if (deferred) {
+        triangle[k] = static_cast<unsigned long long>(ids[k]);
+      } else if (!resolve(ids[k], triangle[k], m_element_line)) {
+        return;
       }
-      triangle[k] = position;
     }
-    surface.triangles.push_back(triangle);
+    if (deferred) m_deferred_lines.push_back(m_element_line);
+    m_surface.triangles.push_back(triangle);
   }
-  return true;
-}
 
-bool read_definition(Context& context, const pugi::xml_node& definition,
-                     Surface& surface) {
-  const pugi::xml_node pnts = child(definition, "Pnts");
-  const pugi::xml_node faces = child(definition, "Faces");
-  if (faces && child(faces, "F") && !pnts) {
-    return context.fail(faces, "<Faces> without <Pnts>: the faces name no points");
-  }
-  std::vector<long long> ids;
-  if (pnts && !read_points(context, pnts, surface, ids)) return false;
-  PointIndex index;
-  std::size_t repeated = 0;
-  if (!index.build(ids, repeated)) {
-    pugi::xml_node p = pnts.first_child();
-    for (std::size_t i = 0; p && i < repeated; p = p.next_sibling()) i += is(p, "P");
-    while (p && !is(p, "P")) p = p.next_sibling();
-    return context.fail(p, point_tag(p) + ": duplicate point id");
-  }
-  return !faces || read_faces(context, faces, index, surface);
-}
-
-// A <PntList2D> or <PntList3D> child of `node`: its numbers and how many make a point
-// (0 when the node has neither).
-bool read_point_list(Context& context, const pugi::xml_node& node,
-                     std::vector<double>& numbers, int& dimension) {
-  pugi::xml_node list = child(node, "PntList3D");
-  dimension = list ? 3 : 0;
-  if (!list && (list = child(node, "PntList2D"))) dimension = 2;
-  if (!list) return true;
-  if (!read_numbers(list.child_value(), numbers) || numbers.size() % dimension != 0) {
-    return context.fail(list, "<" + excerpt(list.name()) + ">: expected a list of " +
-                                  std::to_string(dimension) +
-                                  " numbers per point (northing easting" +
-                                  (dimension == 3 ? " elevation)" : ")"));
-  }
-  return true;
-}
-
-bool read_break_line(Context& context, const pugi::xml_node& line, Surface& surface) {
-  std::vector<double> n;
-  int dimension = 0;
-  if (!read_point_list(context, line, n, dimension)) return false;
-  if (dimension != 3 || n.size() < 6) {
-    context.warn(line, dimension == 2 ? "<Breakline> without elevations: left out"
-                                      : "<Breakline> of fewer than two points: left out");
+  bool resolve(long long id, unsigned long long& position, unsigned long line) {
+    std::size_t found = 0;
+    if (!m_index.find(id, found)) {
+      fail(line,
+           "<F> names point " + std::to_string(id) + ", which <Pnts> does not hold");
+      return false;
+    }
+    position = found;
     return true;
   }
-  for (std::size_t i = 3; i + 2 < n.size(); i += 3) {
-    surface.break_lines.push_back(
-        {n[i - 2], n[i - 3], n[i - 1], n[i + 1], n[i], n[i + 2]});
-  }
-  return true;
-}
 
-bool read_boundary(Context& context, const pugi::xml_node& boundary, Surface& surface) {
-  if (!equal_ignoring_case(boundary.attribute("bndType").value(), "outer")) return true;
-  std::vector<double> n;
-  int dimension = 0;
-  if (!read_point_list(context, boundary, n, dimension)) return false;
-  if (dimension == 0) return true;
-  std::vector<double> xs, ys;
-  for (std::size_t i = 0; i + 1 < n.size(); i += dimension) {
-    ys.push_back(n[i]);
-    xs.push_back(n[i + 1]);
-  }
-  surface.boundary_xs.push_back(std::move(xs));
-  surface.boundary_ys.push_back(std::move(ys));
-  return true;
-}
-
-bool read_source_data(Context& context, const pugi::xml_node& source, Surface& surface) {
-  for (pugi::xml_node list = source.first_child(); list; list = list.next_sibling()) {
-    for (pugi::xml_node item = list.first_child(); item; item = item.next_sibling()) {
-      if (is(list, "Breaklines") && is(item, "Breakline") &&
-          !read_break_line(context, item, surface)) {
-        return false;
-      }
-      if (is(list, "Boundaries") && is(item, "Boundary") &&
-          !read_boundary(context, item, surface)) {
-        return false;
+  void end_definition() {
+    if (m_any_face && !m_pnts_seen) {
+      return fail(m_faces_line, "<Faces> without <Pnts>: the faces name no points");
+    }
+    for (std::size_t i = 0; i < m_deferred_lines.size(); ++i) {
+      for (unsigned long long& v : m_surface.triangles[i]) {
+        if (!resolve(static_cast<long long>(v), v, m_deferred_lines[i])) return;
       }
     }
+    m_deferred_lines.clear();
   }
-  return true;
-}
 
-bool read_surface(Context& context, const pugi::xml_node& node, Document& document) {
-  const pugi::xml_node definition = child(node, "Definition");
-  const char* type = definition.attribute("surfType").value();
-  if (!definition || (*type && !equal_ignoring_case(type, "TIN"))) {
-    context.warn(node, "<Surface name=\"" + excerpt(node.attribute("name").value()) +
-                           "\"> has no TIN <Definition>: left out");
-    return true;
+  // The list that a break line or boundary takes: its first <PntList3D>, else its first
+  // <PntList2D>; null when it has neither, and after a failure.
+  const PointList* chosen_list() {
+    const PointList* list = m_list3.seen ? &m_list3 : m_list2.seen ? &m_list2 : nullptr;
+    if (list && !list->numbers_ok && m_source_error.empty()) {
+      const bool three = list == &m_list3;
+      m_source_error = at(list->line) + "<" + excerpt(list->name.c_str()) +
+                       ">: expected a list of " + (three ? "3" : "2") +
+                       " numbers per point (northing easting" +
+                       (three ? " elevation)" : ")");
+    }
+    return m_source_error.empty() ? list : nullptr;
   }
-  Surface surface;
-  surface.name = node.attribute("name").value();
-  surface.desc = node.attribute("desc").value();
-  if (!read_definition(context, definition, surface)) return false;
-  if (const pugi::xml_node source = child(node, "SourceData")) {
-    if (!read_source_data(context, source, surface)) return false;
-  }
-  document.surfaces.push_back(std::move(surface));
-  return true;
-}
 
-void read_coordinate_system(const pugi::xml_node& node, Document& document) {
-  gvk::CoordinateSystem& c = document.coordinate_system;
-  c.name = node.attribute("name").value();
-  c.description = node.attribute("desc").value();
-  c.epsg_code = node.attribute("epsgCode").value();
-  c.wkt = node.attribute("ogcWktCode").value();
-  c.horizontal_name = node.attribute("horizontalCoordinateSystemName").value();
-  c.horizontal_datum = node.attribute("horizontalDatum").value();
-  c.vertical_datum = node.attribute("verticalDatum").value();
-}
-
-void read_units(Context& context, const pugi::xml_node& units, Units& out) {
-  pugi::xml_node system = child(units, "Metric");
-  if (!system) system = child(units, "Imperial");
-  if (!system) return;
-  const struct {
-    const char* attribute;
-    int power;
-    std::int32_t& type;
-  } fields[] = {{"linearUnit", 1, out.linear},
-                {"areaUnit", 2, out.area},
-                {"volumeUnit", 3, out.volume}};
-  for (const auto& field : fields) {
-    const char* name = system.attribute(field.attribute).value();
-    const std::int32_t type = unit_type(name, field.power);
-    field.type = type < 0 ? gvk::kUnknownUnitType : type;
-    if (type < 0 && *name) {
-      context.warn(system, std::string(field.attribute) + " \"" + excerpt(name) +
-                               "\" is not a known unit: reported as unknown");
+  // Break lines and boundaries wait for the end of their <Surface>: they count only
+  // when its <Definition> is a TIN, which may come after them.
+  void end_break_line() {
+    if (!m_source_error.empty()) return;
+    const PointList* list = chosen_list();
+    if (!m_source_error.empty()) return;
+    const std::vector<double>* n = list ? &list->numbers : nullptr;
+    if (list != &m_list3 || n->size() < 6) {
+      m_source_warnings.push_back(
+          at(m_element_line) + (list == &m_list2
+                                    ? "<Breakline> without elevations: left out"
+                                    : "<Breakline> of fewer than two points: left out"));
+      return;
+    }
+    for (std::size_t i = 3; i + 2 < n->size(); i += 3) {
+      const double* p = n->data();
+      m_surface.break_lines.push_back(
+          {p[i - 2], p[i - 3], p[i - 1], p[i + 1], p[i], p[i + 2]});
     }
   }
-}
+
+  void end_boundary() {
+    if (!m_source_error.empty()) return;
+    const PointList* list = chosen_list();
+    if (!list) return;
+    const std::size_t dimension = list == &m_list3 ? 3 : 2;
+    const std::vector<double>& n = list->numbers;
+    std::vector<double> xs, ys;
+    for (std::size_t i = 0; i + 1 < n.size(); i += dimension) {
+      ys.push_back(n[i]);
+      xs.push_back(n[i + 1]);
+    }
+    m_surface.boundary_xs.push_back(std::move(xs));
+    m_surface.boundary_ys.push_back(std::move(ys));
+  }
+
+  void end_surface() {
+    if (!m_tin) {
+      warn(m_surface_line, "<Surface name=\"" + excerpt(m_surface.name.c_str()) +
+                               "\"> has no TIN <Definition>: left out");
+      m_surface = Surface();
+      return;
+    }
+    if (!m_source_error.empty()) return stop(m_source_error);
+    for (std::string& w : m_source_warnings) m_warnings.push_back(std::move(w));
+    m_document.surfaces.push_back(std::move(m_surface));
+    m_surface = Surface();
+  }
+
+  const std::string& m_where;
+  Document& m_document;
+  std::string& m_error;
+  std::vector<std::string>& m_warnings;
+  XML_Parser m_parser = nullptr;
+  bool m_failed = false;
+  std::size_t m_slice = kSlice, m_fed = 0, m_events = 0;
+
+  // The kinds of the open elements down to the first skipped one; m_depth counts all
+  // open elements, m_skipped_from is the depth of the outermost skipped one (0: none).
+  std::vector<Kind> m_kinds;
+  std::size_t m_depth = 0;
+  std::size_t m_skipped_from = 0;
+  std::string m_root;  // the root element's name
+  unsigned long m_root_line = 0;
+  std::size_t m_root_warnings = 0;  // warnings before the root's
+  bool m_has_units = false;
+
+  // The text of the element being read (a <P>, <F> or point list).
+  std::string m_text;
+  bool m_capturing = false;
+  std::size_t m_capture_depth = 0;
+
+  UnitSystem m_metric, m_imperial;
+
+  // The surface being read.
+  Surface m_surface;
+  unsigned long m_surface_line = 0;
+  bool m_definition_seen = false, m_tin = false, m_source_seen = false;
+  bool m_pnts_seen = false, m_pnts_done = false, m_faces_seen = false, m_any_face = false;
+  unsigned long m_faces_line = 0;
+  PointIndex m_index;
+  std::vector<unsigned long> m_deferred_lines;
+  std::string m_point_id;
+  unsigned long m_element_line = 0;
+  std::vector<double> m_numbers;
+  PointList m_list2, m_list3;
+  std::string m_source_error;
+  std::vector<std::string> m_source_warnings;
+};
 
 }  // namespace
 
 bool parse_document(std::vector<char>& text, const std::string& where, Document& document,
                     std::string& error, std::vector<std::string>& warnings) {
   document = Document();
-  Context context{text.data(), text.size(), where, error, warnings};
-  pugi::xml_document xml;
-  const pugi::xml_parse_result parsed = xml.load_buffer_inplace(
-      text.data(), text.size(), pugi::parse_minimal | pugi::parse_escapes);
-  if (!parsed) {
-    error = where + ":" + std::to_string(context.line_at(parsed.offset)) +
-            ": not well-formed XML: " + parsed.description();
-    return false;
-  }
-  const pugi::xml_node root = xml.document_element();
-  if (!is(root, "LandXML")) {
-    return context.fail(
-        root, "the root element is <" + excerpt(root.name()) + ">, expected <LandXML>");
-  }
-  // A file that does not state its units is read with the unknown unit, never a guess;
-  // the warning comes first, as the root it is about does.
-  bool has_units = false;
-  for (pugi::xml_node node = root.first_child(); node && !has_units;
-       node = node.next_sibling())
-    has_units = is(node, "Units");
-  if (!has_units) context.warn(root, "no <Units>: the units are unknown");
-  for (pugi::xml_node node = root.first_child(); node; node = node.next_sibling()) {
-    if (is(node, "Units")) read_units(context, node, document.units);
-    if (is(node, "Application")) {
-      document.application_name = node.attribute("name").value();
-      document.application_version = node.attribute("version").value();
-      document.application =
-          document.application_name + " " + document.application_version;
-    }
-    if (is(node, "CoordinateSystem")) read_coordinate_system(node, document);
-    if (!is(node, "Surfaces")) continue;
-    for (pugi::xml_node s = node.first_child(); s; s = s.next_sibling()) {
-      if (is(s, "Surface") && !read_surface(context, s, document)) return false;
-    }
-  }
-  return true;
+  Reader reader(where, document, error, warnings);
+  return reader.start() && reader.parse(text.data(), text.size(), true);
 }
 
 bool read_document(const std::string& path, Document& document, std::string& error,
                    std::vector<std::string>& warnings) {
-  std::ifstream in(path, std::ios::binary);
-  std::vector<char> text;
-  if (in) {
-    in.seekg(0, std::ios::end);
-    const std::streamoff size = in.tellg();
-    in.seekg(0, std::ios::beg);
-    if (size >= 0) text.resize(static_cast<std::size_t>(size));
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-  }
-  if (!in) {
+  document = Document();
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                       std::fclose);
+  if (!file) {
     error = path + ": cannot be read";
     return false;
   }
-  return parse_document(text, path, document, error, warnings);
+  Reader reader(path, document, error, warnings);
+  if (!reader.start()) return false;
+  for (;;) {
+    const std::size_t chunk = reader.slice();
+    void* buffer = reader.buffer(chunk);
+    if (!buffer) {
+      error = path + ": out of memory";
+      return false;
+    }
+    const std::size_t got = std::fread(buffer, 1, chunk, file.get());
+    if (std::ferror(file.get())) {
+      error = path + ": cannot be read";
+      return false;
+    }
+    const bool last = got < chunk && std::feof(file.get());
+    if (!reader.parse_buffer(got, last)) return false;
+    if (last) return true;
+  }
 }
 
 std::string landxml_root_fault(const std::string& path) {

@@ -72,12 +72,16 @@ struct Document {
   std::vector<Feature> features;  // written only; the reader leaves it empty
 };
 
-// Parses the LandXML text `text` (modified in place) into `document`, which it
-// replaces. `where` names the text in messages ("PATH:LINE: ..."). Every TIN surface
+// Parses the LandXML text `text` (left as it is) into `document`, which it replaces,
+// as a stream: faults are found in document order and the first one ends the read.
+// `where` names the text in messages ("PATH:LINE: ..."). Every TIN surface
 // (a <Definition> whose surfType is "TIN" or absent) is read, in document order;
 // other surfaces are left out with a warning. <P> entries that no face uses stay in
 // the surface. Returns false with one message in `error` naming the element and its
-// line for: text that is not XML; a root other than <LandXML>; <Faces> without
+// line for: text that is not well-formed XML (expat's reason, "the text ends before
+// </LandXML>" for a cut text); elements nested deeper than 256 levels; a DOCTYPE that
+// declares an entity, or that names an external DTD or a parameter entity in a
+// document that is not standalone="yes"; a root other than <LandXML>; <Faces> without
 // <Pnts>; a <P> without an integer id, with a duplicate id, or whose text is not
 // three finite numbers (a missing elevation included); an <F> that is not three
 // integers or names a point that <Pnts> lacks (invisible faces are not checked);
@@ -87,13 +91,16 @@ struct Document {
 // elevations, left out; a non-TIN surface, left out) are appended to `warnings`, in
 // the order of the document. Messages quote at
 // most 64 bytes of any name, id or list from the text. Entities other than XML's
-// five and character references are not expanded (a reference stays as its text),
-// and nothing outside `text` is read: no DTD, external entity or inclusion.
+// five and character references are never expanded, and nothing outside `text` is
+// read: no DTD, external entity or inclusion. An element's text is its character data
+// before its first child element, comment, CDATA section or processing instruction
+// (white space alone does not count). <Faces> may come before <Pnts>.
 bool parse_document(std::vector<char>& text, const std::string& where, Document& document,
                     std::string& error, std::vector<std::string>& warnings);
 
-// Reads the file at `path` and parses it as parse_document does. A file that cannot
-// be read gives false with a message naming the path.
+// Reads the file at `path` in slices and parses it as parse_document does, never
+// holding the whole text. A file that cannot be read gives false with a message
+// naming the path.
 bool read_document(const std::string& path, Document& document, std::string& error,
                    std::vector<std::string>& warnings);
 

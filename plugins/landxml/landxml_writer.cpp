@@ -159,6 +159,8 @@ char* put_point_3d(char* at, double x, double y, double z) {
 // Room for a line of three numbers and its tags.
 constexpr std::size_t kLineRoom = 4 * kMaxDecimal;
 
+// An attribute value. A tab or line break goes out as a character reference: an XML
+// reader turns one written as it is into a blank (attribute-value normalisation).
 void put_escaped(Output& out, const std::string& text) {
   for (const char c : text) {
     char* at = out.room(8);
@@ -167,6 +169,9 @@ void put_escaped(Output& out, const std::string& text) {
       case '<': at = put(at, "&lt;"); break;
       case '>': at = put(at, "&gt;"); break;
       case '"': at = put(at, "&quot;"); break;
+      case '\t': at = put(at, "&#9;"); break;
+      case '\n': at = put(at, "&#10;"); break;
+      case '\r': at = put(at, "&#13;"); break;
       default: *at++ = c;
     }
     out.advance(at);

@@ -1,13 +1,13 @@
 // Reading and writing a LandXML surface of about 10^6 faces (a 708 x 708 grid of
 // points in state-plane coordinates, two faces per cell). The read is measured beside
-// the bare XML parse of the same bytes with the same options, which is the floor any
-// reader built on the parser stands on; the write is measured in MB/s of text.
+// the bare XML parse of the same bytes with handlers that do nothing, which is the
+// floor any reader built on the parser stands on; the write is measured in MB/s of text.
 #include "landxml_document.h"
 #include "landxml_source.h"
 #include "landxml_store.h"
 
 #include <benchmark/benchmark.h>
-#include <pugixml.hpp>
+#include <expat.h>
 
 #include <cstdio>
 #include <fstream>
@@ -59,10 +59,14 @@ std::vector<char> file_bytes(const std::string& path) {
 void BM_BareParse(benchmark::State& state) {
   const std::vector<char> bytes = file_bytes(grid_path());
   for (auto _ : state) {
-    std::vector<char> text = bytes;
-    pugi::xml_document xml;
-    benchmark::DoNotOptimize(xml.load_buffer_inplace(
-        text.data(), text.size(), pugi::parse_minimal | pugi::parse_escapes));
+    XML_Parser parser = XML_ParserCreate(nullptr);
+    XML_SetElementHandler(
+        parser, [](void*, const XML_Char*, const XML_Char**) {},
+        [](void*, const XML_Char*) {});
+    XML_SetCharacterDataHandler(parser, [](void*, const XML_Char*, int) {});
+    benchmark::DoNotOptimize(
+        XML_Parse(parser, bytes.data(), static_cast<int>(bytes.size()), XML_TRUE));
+    XML_ParserFree(parser);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<long long>(bytes.size()));
 }

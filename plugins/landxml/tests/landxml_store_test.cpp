@@ -374,7 +374,8 @@ TEST(LandXmlProviders, SayWhyALocationCannotBeOpened) {
        utf16 + ": UTF-16 text; the LandXML reader reads UTF-8 (save the file as UTF-8)",
        utf16 + ": UTF-16 text; the LandXML reader reads UTF-8 (save the file as UTF-8)" +
            left},
-      {truncated, truncated + ":4: not well-formed XML: Start-end tags mismatch", ""},
+      {truncated, truncated + ":5: not well-formed XML: the text ends before </LandXML>",
+       ""},
   };
   ASSERT_EQ(gvk_landxml::register_providers(), 2);
   for (const Case& c : cases) {

@@ -14,6 +14,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -54,8 +55,10 @@ std::size_t occurrences(const std::string& text, const std::string& needle) {
   return count;
 }
 
+// Files of this process: test runs of other build trees on the machine use other names.
 std::string temp_file(const std::string& name, const std::string& text = "") {
-  const std::string path = testing::TempDir() + "landxml_test_" + name;
+  static const std::string token = std::to_string(std::random_device{}());
+  const std::string path = testing::TempDir() + "landxml_test_" + token + "_" + name;
   if (!text.empty()) std::ofstream(path, std::ios::binary) << text;
   return path;
 }
@@ -194,6 +197,99 @@ TEST(LandXmlRealFiles, TableCountsAgreeWithTextSearchAndXPath) {
   LandXmlSource source(data_file("civil_example_clean.xml"));
   ASSERT_TRUE(source.load());
   EXPECT_EQ(source.get_hostcad_version(), "Autodesk Civil 3D 2023");
+}
+
+// Everything the reader makes of a file, as text: units, application, coordinate
+// system, warnings and each surface's name, description, counts and every number's
+// bits, so that two readings compare equal only when they agree bit for bit.
+std::string canonical_dump(const gvk_landxml::Document& d,
+                           const std::vector<std::string>& warnings) {
+  std::ostringstream out;
+  out << std::hex;
+  const auto bits = [&](double v) {
+    std::uint64_t b = 0;
+    std::memcpy(&b, &v, sizeof b);
+    out << b << ' ';
+  };
+  out << d.units.linear << ' ' << d.units.area << ' ' << d.units.volume << '\n'
+      << d.application << '|' << d.application_name << '|' << d.application_version
+      << '\n';
+  const gvk::CoordinateSystem& c = d.coordinate_system;
+  out << c.name << '|' << c.description << '|' << c.epsg_code << '|' << c.wkt << '|'
+      << c.horizontal_name << '|' << c.horizontal_datum << '|' << c.vertical_datum
+      << '\n';
+  for (const std::string& w : warnings) out << w << '\n';
+  for (const gvk_landxml::Surface& s : d.surfaces) {
+    out << s.name << '|' << s.desc << '|' << s.invisible_faces << '\n';
+    for (const auto* v : {&s.x, &s.y, &s.z}) {
+      for (const double value : *v) bits(value);
+      out << '\n';
+    }
+    for (const gvk::Triangle& t : s.triangles)
+      out << t[0] << ' ' << t[1] << ' ' << t[2] << ' ';
+    out << '\n';
+    for (const gravok_line_3d& l : s.break_lines) {
+      for (const double value : {l.x1, l.y1, l.z1, l.x2, l.y2, l.z2}) bits(value);
+    }
+    out << '\n';
+    for (std::size_t i = 0; i < s.boundary_xs.size(); ++i) {
+      for (const double value : s.boundary_xs[i]) bits(value);
+      for (const double value : s.boundary_ys[i]) bits(value);
+      out << '\n';
+    }
+  }
+  return out.str();
+}
+
+std::uint64_t fnv1a(const std::string& text) {
+  std::uint64_t hash = 14695981039346656037ull;
+  for (const unsigned char c : text) hash = (hash ^ c) * 1099511628211ull;
+  return hash;
+}
+
+// Every LandXML file the project keeps (the files of design applications and the fuzz
+// target's seeds) reads as recorded when the reader was replaced: counts and a hash of
+// canonical_dump, which covers every coordinate, index, name, unit and warning.
+TEST(LandXmlRealFiles, ReadExactlyAsRecorded) {
+  struct Row {
+    const char* file;
+    std::size_t surfaces, points, faces, invisible, break_lines, warnings;
+    std::uint64_t hash;
+  };
+  const Row rows[] = {
+      {"civil_example_clean.xml", 3, 264, 362, 64, 0, 0, 0xa122f89ff96c1d02ull},
+      {"civil_sweref99_skyfall.xml", 1, 3330, 6448, 161, 0, 0, 0xb89a87976a9896dfull},
+      {"blender_topo_s2.xml", 1, 57, 96, 0, 0, 0, 0x8b89bc233fa0de02ull},
+      {"../../../fuzz/corpus/landxml/small.xml", 1, 4, 2, 1, 1, 0, 0x3039baccbf0d073bull},
+      {"../../../fuzz/regressions/landxml/ten_thousand_surfaces_without_tin.xml", 0, 0, 0,
+       0, 0, 10001, 0xe728e181d9a949d9ull},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.file);
+    gvk_landxml::Document d;
+    std::string error;
+    std::vector<std::string> warnings;
+    ASSERT_TRUE(gvk_landxml::read_document(data_file(row.file), d, error, warnings))
+        << error;
+    Row got{row.file, d.surfaces.size(), 0, 0, 0, 0, warnings.size(), 0};
+    for (const gvk_landxml::Surface& s : d.surfaces) {
+      got.points += s.x.size();
+      got.faces += s.triangles.size();
+      got.invisible += s.invisible_faces;
+      got.break_lines += s.break_lines.size();
+    }
+    // Messages name the file by the path it was given; the hash must not depend on
+    // where the checkout lies.
+    for (std::string& w : warnings) w.erase(0, data_file(row.file).size());
+    got.hash = fnv1a(canonical_dump(d, warnings));
+    EXPECT_EQ(got.surfaces, row.surfaces);
+    EXPECT_EQ(got.points, row.points);
+    EXPECT_EQ(got.faces, row.faces);
+    EXPECT_EQ(got.invisible, row.invisible);
+    EXPECT_EQ(got.break_lines, row.break_lines);
+    EXPECT_EQ(got.warnings, row.warnings);
+    EXPECT_EQ(got.hash, row.hash) << std::hex << "0x" << got.hash;
+  }
 }
 
 // Ids out of order and with gaps, a face whose ids are not positions, an invisible
@@ -389,7 +485,10 @@ TEST(LandXmlDocument, BadFilesGiveAnErrorNamingTheElementAndItsLine) {
       "<Pnts><P id=\"1\">0 0 0</P><P id=\"2\">0 1 0</P>\n"
       "<P id=\"3\">1 0 0</P></Pnts>\n";
   const Row rows[] = {
-      {"not xml", "<LandXML>\n<Surfaces>\n", "not well-formed XML", 2},
+      {"not xml", "<LandXML>\n<Surfaces>\n",
+       "not well-formed XML: the text ends before </LandXML>", 3},
+      {"tags crossed", "<LandXML>\n<Surfaces>\n</LandXML>",
+       "not well-formed XML: mismatched tag", 3},
       {"other root", "<?xml version=\"1.0\"?>\n<Other/>\n", "root element is <Other>", 2},
       {"faces without points", document(faces), "<Faces> without <Pnts>", 6},
       {"missing elevation", document("<Pnts>\n<P id=\"1\">0 0</P></Pnts>"),
@@ -407,6 +506,14 @@ TEST(LandXmlDocument, BadFilesGiveAnErrorNamingTheElementAndItsLine) {
        "<P id=\"2\">: duplicate point id", 7},
       {"unknown point", document(three + "<Faces>\n<F>1 2 4</F></Faces>"),
        "names point 4, which <Pnts> does not hold", 9},
+      {"faces before the points they name",
+       document("<Faces>\n<F>1 2 4</F></Faces>" + three),
+       "names point 4, which <Pnts> does not hold", 7},
+      {"faces before their points", document("<Faces><F>3 1 2</F></Faces>\n" + three), "",
+       0},
+      {"entity declared",
+       "<?xml version=\"1.0\"?>\n<!DOCTYPE LandXML [\n<!ENTITY e \"x\">\n]>\n<LandXML/>",
+       "<!ENTITY e>: entity declarations are refused", 3},
       {"zero-based face", document(three + "<Faces>\n<F>0 1 2</F></Faces>"),
        "names point 0", 9},
       {"two ids", document(three + "<Faces>\n<F>1 2</F></Faces>"), "expected 3 point ids",

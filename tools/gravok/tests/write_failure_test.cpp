@@ -225,5 +225,23 @@ TEST_F(WriteFailure, EveryStoreFailsLoudlyAndKeepsTheOldFileWithNoTemporaryLeft)
   }
 }
 
+// A .node/.ele pair is two files: when the .ele cannot be replaced after the .node
+// was, the old .node is put back, so that the pair never mixes two meshes.
+TEST_F(WriteFailure, APairWhoseSecondFileCannotBeWrittenKeepsItsFirst) {
+  const fs::path folder = m_dir / "pair";
+  old_file(folder, ".node");
+  fs::permissions(folder, fs::perms::all);
+  fs::permissions(folder / "site.node",
+                  fs::perms::all & ~(fs::perms::owner_exec | fs::perms::group_exec |
+                                     fs::perms::others_exec));
+  fs::permissions(folder / "site.ele", fs::perms::owner_read | fs::perms::others_read);
+  const Contents before = contents_of(folder);
+  EXPECT_EXIT(copy_as_nobody(gravok_tool::demo_site(4), (folder / "site.node").string()),
+              testing::ExitedWithCode(0),
+              literally("cannot write " + (folder / "site.ele").string() +
+                        ": Permission denied (errno 13)"));
+  EXPECT_EQ(contents_of(folder), before);
+}
+
 }  // namespace
 #endif
