@@ -126,6 +126,44 @@ TEST(JsonDocument, WrittenReadAndWrittenAgainGivesTheSameBytes) {
   }
 }
 
+// A text is written as a JSON string when it is UTF-8, and as its bytes in hex when
+// it is not: each sequence length at both ends of its range, and the first sequences
+// past each edge (overlong, surrogate, beyond U+10FFFF, cut short). Control
+// characters are escaped, never written as they are.
+TEST(JsonDocument, TextIsAStringExactlyWhenItIsUtf8) {
+  struct Case {
+    std::string text, written;
+  };
+  const Case cases[] = {
+      {"\x7f", "\"\x7f\""},
+      {"\xc2\x80", "\"\xc2\x80\""},
+      {"\xdf\xbf", "\"\xdf\xbf\""},
+      {"\xe0\xa0\x80", "\"\xe0\xa0\x80\""},
+      {"\xed\x9f\xbf", "\"\xed\x9f\xbf\""},
+      {"\xee\x80\x80", "\"\xee\x80\x80\""},
+      {"\xf0\x90\x80\x80", "\"\xf0\x90\x80\x80\""},
+      {"\xf4\x8f\xbf\xbf", "\"\xf4\x8f\xbf\xbf\""},
+      {"\x1f\n\"\\", R"("\u001f\u000a\"\\")"},
+      {"\x80", R"({"bytes": "80"})"},
+      {"\xc1\xbf", R"({"bytes": "c1bf"})"},
+      {"\xe0\x9f\xbf", R"({"bytes": "e09fbf"})"},
+      {"\xed\xa0\x80", R"({"bytes": "eda080"})"},
+      {"\xf0\x8f\xbf\xbf", R"({"bytes": "f08fbfbf"})"},
+      {"\xf4\x90\x80\x80", R"({"bytes": "f4908080"})"},
+      {"\xf5\x80\x80\x80", R"({"bytes": "f5808080"})"},
+      {"a\xe0\xa0", R"({"bytes": "61e0a0"})"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.written);
+    Problem p;
+    p.hostcad_version = c.text;
+    const std::string text = document(p);
+    EXPECT_NE(text.find("\"hostcad_version\": " + c.written + ","), std::string::npos)
+        << text.substr(0, 120);
+    EXPECT_EQ(read(text).hostcad_version, c.text);
+  }
+}
+
 // The rich problem with three surfaces and a description, which version 2 added.
 Problem surveyed_problem() {
   Problem p = rich_problem();
@@ -382,7 +420,10 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
       {head + R"("settings": {"max_slope": 1e999}})",
        "line 1, column 70: not a readable"},
       {head + R"("settings": {"max_slope": 1,}})", "line 1, column 72: not a readable"},
-      {head + R"("break_lines": )" + std::string(40, '[') + std::string(40, ']') + "}",
+      // 32 levels, the document's object and 31 arrays, are read; 33 are not.
+      {head + R"("break_lines": )" + std::string(31, '[') + std::string(31, ']') + "}",
+       "/break_lines/0/0: expected a number"},
+      {head + R"("break_lines": )" + std::string(32, '[') + std::string(32, ']') + "}",
        "(at most 32 levels)"},
       {"[1]", "the document: expected an object"},
       {R"({"version": 1})", "the document: missing member \"format\""},
@@ -427,7 +468,7 @@ TEST(JsonDocument, BadDocumentsNameThePlaceAndWhatWasExpected) {
       // A bad digit in the first block of four bytes, and in the bytes after the last.
       {head + R"("hostcad_version": {"bytes": "4g414243"}})",
        "/hostcad_version/bytes: expected hexadecimal digits"},
-      {head + R"("hostcad_version": {"bytes": "414243444g"}})",
+      {head + R"("hostcad_version": {"bytes": "41424344g0"}})",
        "/hostcad_version/bytes: expected hexadecimal digits"},
   };
   for (const Case& c : cases) {

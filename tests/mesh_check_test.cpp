@@ -80,12 +80,12 @@ TEST(CheckMesh, FindsEachFaultAloneAndNothingOnACleanMesh) {
   };
   const Case cases[] = {
       {"none", square(), 0.1, {}},
-      {"index out of range",
+      {"index equal to the vertex count",
        square_with([](Mesh& m) {
-         m.triangles.push_back({0, 1, 900});
+         m.triangles.push_back({0, 1, 4});
        }),
        0.1,
-       {"triangle 2: corner 2 names vertex 900, but the mesh has 4 vertices"}},
+       {"triangle 2: corner 2 names vertex 4, but the mesh has 4 vertices"}},
       {"y shorter than x",
        square_with([](Mesh& m) { m.y.pop_back(); }),
        0.1,

@@ -2,23 +2,18 @@
 
 #include "dxf_source.h"
 #include "dxf_store.h"
+#include "plugin_providers.h"
 
-#include <gravok/log.h>
-
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace gvk_dxf {
 namespace {
 
 constexpr const char* kPrefix = "dxf:";
 constexpr const char* kBreakLines = "?breaklines=";
-
-bool has_prefix(const std::string& location) { return location.rfind(kPrefix, 0) == 0; }
 
 // A location taken apart: the file's path and the options it carries.
 struct Location {
@@ -28,8 +23,7 @@ struct Location {
 
 Location parse(const std::string& location) {
   Location l;
-  l.path = has_prefix(location) ? location.substr(std::char_traits<char>::length(kPrefix))
-                                : location;
+  l.path = gvk_plugin::strip_prefix(location, kPrefix);
   const std::size_t option = l.path.rfind(kBreakLines);
   if (option != std::string::npos) {
     l.options.break_line_layer =
@@ -37,13 +31,6 @@ Location parse(const std::string& location) {
     l.path.erase(option);
   }
   return l;
-}
-
-bool ends_in_dxf(const std::string& path) {
-  if (path.size() < 4) return false;
-  std::string tail = path.substr(path.size() - 4);
-  for (char& c : tail) c = (c >= 'A' && c <= 'Z') ? char(c + 32) : c;
-  return tail == ".dxf";
 }
 
 // Whether `path` is a readable file that does not start as a DXF file does, which the
@@ -54,37 +41,14 @@ bool foreign_file(const std::string& path) {
          std::ifstream(path, std::ios::binary).is_open() && !is_dxf_file(path);
 }
 
-const SourceProvider* g_registered_source = nullptr;
-const StoreProvider* g_registered_store = nullptr;
-
-// The provider registered under kProviderName in the source registry, or null.
-const gvk::DataSourceProvider* listed_source() {
-  const std::vector<std::string> names = gvk::dataSourceProviderNames();
-  const std::vector<const gvk::DataSourceProvider*> all = gvk::dataSourceProviders();
-  const auto found = std::find(names.begin(), names.end(), kProviderName);
-  if (found == names.end() || all.size() < names.size()) return nullptr;
-  return all[all.size() - names.size() + static_cast<std::size_t>(found - names.begin())];
-}
-
-// The provider registered under kProviderName in the store registry, or null.
-const gvk::DataStoreProvider* listed_store() {
-  const std::vector<std::string> names = gvk::dataStoreProviderNames();
-  const std::vector<const gvk::DataStoreProvider*> all = gvk::dataStoreProviders();
-  const auto found = std::find(names.begin(), names.end(), kProviderName);
-  if (found == names.end() || all.size() != names.size()) return nullptr;
-  return all[static_cast<std::size_t>(found - names.begin())];
-}
-
 }  // namespace
 
-SourceProvider::~SourceProvider() {
-  if (g_registered_source == this) g_registered_source = nullptr;
-}
+SourceProvider::~SourceProvider() { gvk_plugin::forget_registered(this); }
 
 bool SourceProvider::canHandle(const std::string& location) const {
-  if (has_prefix(location)) return true;
+  if (gvk_plugin::has_prefix(location, kPrefix)) return true;
   const Location l = parse(location);
-  return ends_in_dxf(l.path) && !foreign_file(l.path);
+  return gvk_plugin::ends_in(l.path, ".dxf") && !foreign_file(l.path);
 }
 
 std::string SourceProvider::description() const {
@@ -95,26 +59,15 @@ std::string SourceProvider::description() const {
 std::unique_ptr<gvk::DataSource> SourceProvider::createDataSource(
     const std::string& location) const {
   Location l = parse(location);
-  auto source = std::make_unique<DxfSource>(l.path, std::move(l.options));
-  const bool loaded = source->load();
-  for (const std::string& warning : source->warnings()) {
-    GRAVOK_LOG_WARN << warning;
-  }
-  if (!loaded) {
-    gvk::reportRefusal(source->error());
-    return nullptr;
-  }
-  return source;
+  return gvk_plugin::loaded_or_refused(
+      std::make_unique<DxfSource>(l.path, std::move(l.options)));
 }
 
-StoreProvider::~StoreProvider() {
-  if (g_registered_store == this) g_registered_store = nullptr;
-}
+StoreProvider::~StoreProvider() { gvk_plugin::forget_registered(this); }
 
 bool StoreProvider::canHandle(const std::string& location) const {
-  if (has_prefix(location)) return true;
-  const Location l = parse(location);
-  return ends_in_dxf(l.path);
+  return gvk_plugin::has_prefix(location, kPrefix) ||
+         gvk_plugin::ends_in(parse(location).path, ".dxf");
 }
 
 std::string StoreProvider::description() const {
@@ -145,33 +98,11 @@ std::unique_ptr<gvk::DataStore> StoreProvider::createDataStore(
 }
 
 int register_providers() {
-  auto source = std::make_unique<SourceProvider>();
-  auto store = std::make_unique<StoreProvider>();
-  const SourceProvider* source_address = source.get();
-  const StoreProvider* store_address = store.get();
-  int registered = 0;
-  if (!g_registered_source &&
-      gvk::registerDataSourceProvider(kProviderName, std::move(source))) {
-    g_registered_source = source_address;
-    ++registered;
-  }
-  if (!g_registered_store &&
-      gvk::registerDataStoreProvider(kProviderName, std::move(store))) {
-    g_registered_store = store_address;
-    ++registered;
-  }
-  return registered;
+  return gvk_plugin::register_providers<SourceProvider, StoreProvider>(kProviderName);
 }
 
 int unregister_providers() {
-  int removed = 0;
-  if (g_registered_source && listed_source() == g_registered_source) {
-    removed += gvk::unregisterDataSourceProvider(kProviderName);
-  }
-  if (g_registered_store && listed_store() == g_registered_store) {
-    removed += gvk::unregisterDataStoreProvider(kProviderName);
-  }
-  return removed;
+  return gvk_plugin::unregister_providers<SourceProvider, StoreProvider>(kProviderName);
 }
 
 }  // namespace gvk_dxf

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -21,23 +20,6 @@ template <typename T>
 bool all_zero(const T& record) {
   unsigned char zero[sizeof(T)] = {};
   return std::memcmp(&record, zero, sizeof(T)) == 0;
-}
-
-bool empty(const gvk::DataSource::ComplexElementData& d) {
-  const std::vector<std::vector<double>>* lists[] = {
-      &d.double_lists_1, &d.double_lists_2,  &d.double_lists_3, &d.double_lists_4,
-      &d.double_lists_5, &d.double_lists_6,  &d.double_lists_7, &d.double_lists_8,
-      &d.double_lists_9, &d.double_lists_10, &d.double_lists_11};
-  for (const auto* list : lists) {
-    if (!list->empty()) return false;
-  }
-  return d.int_lists.empty();
-}
-
-// Whether a value handed to a setter differs from what reading the file back answers:
-// gvk::DataSource's default. NaN equals NaN here.
-bool differs(double value, double default_value) {
-  return !(value == default_value || (std::isnan(value) && std::isnan(default_value)));
 }
 
 bool is_polyline_kind(std::int32_t kind) {
@@ -88,7 +70,7 @@ Drawing DxfStore::drawing_to_write() const {
   return d;
 }
 
-void DxfStore::keep_kind(std::int32_t kind, Kind k) {
+void DxfStore::keep_elements(std::int32_t kind, ReceivedElements k) {
   const std::string name = kind_layer(kind);
   unsigned long long opaque = 0, slots = 0, bare = 0;
   for (std::size_t i = 0; i < k.records.size(); ++i) {
@@ -139,10 +121,7 @@ void DxfStore::set_eg_data(const std::vector<double>& x, const std::vector<doubl
                            const std::vector<gravok_triangle_info>& triangle_info) {
   m_x = x, m_y = y, m_z = z;
   m_triangles = triangles;
-  m_losses.set("triangle records",
-               static_cast<unsigned long long>(std::count_if(
-                   triangle_info.begin(), triangle_info.end(),
-                   [](const gravok_triangle_info& i) { return !all_zero(i); })));
+  m_losses.set("triangle records", gvk_plugin::nonzero_triangle_records(triangle_info));
   // Vertices that no triangle names, and vertices that repeat one before them, do
   // not come back as vertices of their own.
   std::vector<bool> used(m_x.size(), false);
@@ -173,88 +152,9 @@ void DxfStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_break_lines = lines;
 }
 
-void DxfStore::set_objectives(const std::vector<gravok_objective>& objectives) {
-  m_losses.set("objectives", objectives.size());
-}
-
 void DxfStore::set_description(const gvk::ProblemDescription& description) {
   m_losses.set("descriptions (coordinate system, application, surfaces)",
                !is_empty(description));
-}
-
-void DxfStore::set_low_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(LowPoint, {e, {}, {}, true, false});
-}
-void DxfStore::set_bounded_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BoundedPoint, {e, {}, {}, true, false});
-}
-void DxfStore::set_offsets(const std::vector<gravok_grading_element>& e) {
-  keep_kind(Offset, {e, {}, {}, true, false});
-}
-void DxfStore::set_drain_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(DrainLine, {e, {}, {}, false, false});
-}
-void DxfStore::set_bend_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BendLine, {e, {}, {}, false, false});
-}
-void DxfStore::set_aligned_edges(const std::vector<gravok_grading_element>& e) {
-  keep_kind(AlignedEdge, {e, {}, {}, false, false});
-}
-void DxfStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e) {
-  keep_kind(SurfaceZone, {e, {}, {}, false, false});
-}
-void DxfStore::set_complex_elements(GradingElementType kind,
-                                    const std::vector<gravok_grading_element>& e) {
-  keep_kind(kind, {e, {}, {}, false, false});
-}
-
-void DxfStore::set_fix_boundary(bool fix) {
-  m_losses.set("settings (fix boundary)", fix != gvk::DataSource().fix_boundary());
-}
-void DxfStore::set_max_slope(double slope) {
-  m_losses.set("settings (max slope)", differs(slope, gvk::DataSource().get_max_slope()));
-}
-void DxfStore::set_min_slope(double slope) {
-  m_losses.set("settings (min slope)", differs(slope, gvk::DataSource().get_min_slope()));
-}
-void DxfStore::set_volume_constraint(VolumeConstraint constraint) {
-  m_losses.set("settings (volume constraint)",
-               constraint != gvk::DataSource().get_volume_constraint());
-}
-void DxfStore::set_max_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (max slopes)", slopes.size());
-}
-void DxfStore::set_min_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (min slopes)", slopes.size());
-}
-void DxfStore::set_mesh_metric(mesh_metric metric) {
-  const mesh_metric d = gvk::DataSource().get_mesh_metric();
-  m_losses.set("settings (mesh metric)",
-               metric.kind != d.kind || differs(metric.value, d.value) ||
-                   metric.flag_a != d.flag_a || metric.flag_b != d.flag_b);
-}
-void DxfStore::set_max_iteration_count(long long count) {
-  m_losses.set("settings (max iteration count)",
-               count != gvk::DataSource().get_max_iteration_count());
-}
-void DxfStore::set_epsilon(double epsilon) {
-  m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
-}
-
-void DxfStore::set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                                     const gvk::Unit<3>& volume) {
-  set_units(linear, area, volume);
-}
-
-void DxfStore::set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) {
-  set_break_lines(lines);
-}
-
-void DxfStore::set_transferred_grading_elements(
-    GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-    const std::vector<std::vector<double>>& xs,
-    const std::vector<std::vector<double>>& ys, const ComplexElementData& complex_data) {
-  keep_kind(kind, {elements, xs, ys, true, !empty(complex_data)});
 }
 
 void DxfStore::set_hostcad_version(const std::string& version) {

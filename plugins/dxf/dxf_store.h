@@ -33,9 +33,8 @@
 #define GRAVOK_DXF_STORE_H
 
 #include "dxf_drawing.h"
+#include "format_store.h"
 
-#include <gravok/data_store.h>
-#include <gravok/store_losses.h>
 #include <gravok/surfaces.h>
 
 #include <map>
@@ -44,9 +43,7 @@
 
 namespace gvk_dxf {
 
-class DxfStore : public gvk::DataStore,
-                 public gvk::DeclaresLosses,
-                 public gvk::DescribedStore {
+class DxfStore : public gvk_plugin::FormatStore, public gvk::DescribedStore {
  public:
   // A store that writes to `path`; nothing is written before save().
   explicit DxfStore(std::string path);
@@ -59,7 +56,6 @@ class DxfStore : public gvk::DataStore,
   // std::system_error ("cannot write PATH: the system's reason") when the file cannot
   // be written; nothing is written then, and a file that was there stays as it was.
   void save() const;
-  std::vector<gvk::StoreLoss> losses() const override { return m_losses.losses(); }
 
   // Saves (see save(), whose exceptions pass through).
   void endBulkOperation() const override;
@@ -71,42 +67,15 @@ class DxfStore : public gvk::DataStore,
                    const std::vector<gvk::Triangle>& triangles,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_objectives(const std::vector<gravok_objective>& objectives) override;
   // A drawing states no coordinate system, writing application or surface
   // description: a description that is not empty is declared lost.
   void set_description(const gvk::ProblemDescription& description) override;
 
-  // Element setters keep the records of one kind, replacing earlier ones of that
-  // kind. Kinds with polylines get their vertices only through
-  // set_transferred_grading_elements.
-  void set_low_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_offsets(const std::vector<gravok_grading_element>& elements) override;
-  void set_drain_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_bend_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_aligned_edges(const std::vector<gravok_grading_element>& elements) override;
-  void set_trizone_polygons(const std::vector<gravok_grading_element>& elements) override;
-  void set_complex_elements(GradingElementType kind,
-                            const std::vector<gravok_grading_element>& elements) override;
+  // Elements (FormatStore's setters): each kind's records, replacing earlier ones of
+  // that kind. Kinds with polylines get their vertices only through the complete
+  // transfer (set_transferred_grading_elements).
+  // The settings and objectives: declared lost by FormatStore.
 
-  void set_fix_boundary(bool fix) override;
-  void set_max_slope(double slope) override;
-  void set_min_slope(double slope) override;
-  void set_volume_constraint(VolumeConstraint constraint) override;
-  void set_max_slopes(const std::vector<double>& slopes) override;
-  void set_min_slopes(const std::vector<double>& slopes) override;
-  void set_mesh_metric(mesh_metric metric) override;
-  void set_max_iteration_count(long long count) override;
-  void set_epsilon(double epsilon) override;
-
-  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                             const gvk::Unit<3>& volume) override;
-  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_transferred_grading_elements(
-      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-      const std::vector<std::vector<double>>& xs,
-      const std::vector<std::vector<double>>& ys,
-      const ComplexElementData& complex_data) override;
   void set_hostcad_version(const std::string& version) override;
 
   // As a source the store answers the mesh, units and break lines it holds, in
@@ -120,15 +89,8 @@ class DxfStore : public gvk::DataStore,
   void get_break_lines(std::vector<gravok_line_3d>& lines) const override;
 
  private:
-  struct Kind {
-    std::vector<gravok_grading_element> records;
-    std::vector<std::vector<double>> xs, ys;
-    bool geometry = false;  // xs and ys arrived
-    bool complex = false;   // complex data arrived that is not empty
-  };
   Drawing drawing_to_write() const;
-  // Keeps the elements of `kind` and sets their losses.
-  void keep_kind(std::int32_t kind, Kind data);
+  void keep_elements(std::int32_t kind, ReceivedElements elements) override;
 
   std::string m_path;
   std::string m_surface_name = "Existing ground";
@@ -137,8 +99,7 @@ class DxfStore : public gvk::DataStore,
   std::vector<double> m_x, m_y, m_z;
   std::vector<gvk::Triangle> m_triangles;
   std::vector<gravok_line_3d> m_break_lines;
-  std::map<std::int32_t, Kind> m_kinds;
-  gvk::LossTally m_losses;
+  std::map<std::int32_t, ReceivedElements> m_kinds;
 };
 
 }  // namespace gvk_dxf

@@ -1,11 +1,8 @@
 #include "landxml_store.h"
 
 #include <gravok/element_types.h>
-#include <gravok/problem.h>
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 #include <utility>
 
 namespace gvk_landxml {
@@ -23,12 +20,6 @@ std::string kind_name(std::int32_t kind) {
 // the first.
 bool is_outline(std::int32_t kind) {
   return kind == SurfaceZone || kind == BuildingPad || kind == Pond || kind == ParkingLot;
-}
-
-// Whether a value handed to a setter differs from what reading the file back answers:
-// gvk::DataSource's default. NaN equals NaN here.
-bool differs(double value, double default_value) {
-  return !(value == default_value || (std::isnan(value) && std::isnan(default_value)));
 }
 
 // The unit types that reading the file back gives for those the store writes: the
@@ -111,13 +102,7 @@ void LandXmlStore::set_eg_data(const std::vector<double>& x, const std::vector<d
                                const std::vector<double>& z,
                                const std::vector<gvk::Triangle>& triangles,
                                const std::vector<gravok_triangle_info>& triangle_info) {
-  const gravok_triangle_info zero{};
-  m_losses.set("triangle records", static_cast<unsigned long long>(std::count_if(
-                                       triangle_info.begin(), triangle_info.end(),
-                                       [&](const gravok_triangle_info& info) {
-                                         return std::memcmp(&info, &zero, sizeof zero) !=
-                                                0;
-                                       })));
+  m_losses.set("triangle records", gvk_plugin::nonzero_triangle_records(triangle_info));
   Surface& s = m_document.surfaces[0];
   s.x = x;
   s.y = y;
@@ -129,90 +114,13 @@ void LandXmlStore::set_break_lines(const std::vector<gravok_line_3d>& lines) {
   m_document.surfaces[0].break_lines = lines;
 }
 
-void LandXmlStore::set_objectives(const std::vector<gravok_objective>& objectives) {
-  m_losses.set("objectives", objectives.size());
-}
-
-void LandXmlStore::set_fix_boundary(bool fix) {
-  m_losses.set("settings (fix boundary)", fix != gvk::DataSource().fix_boundary());
-}
-void LandXmlStore::set_max_slope(double slope) {
-  m_losses.set("settings (max slope)", differs(slope, gvk::DataSource().get_max_slope()));
-}
-void LandXmlStore::set_min_slope(double slope) {
-  m_losses.set("settings (min slope)", differs(slope, gvk::DataSource().get_min_slope()));
-}
-void LandXmlStore::set_volume_constraint(VolumeConstraint constraint) {
-  m_losses.set("settings (volume constraint)",
-               constraint != gvk::DataSource().get_volume_constraint());
-}
-void LandXmlStore::set_max_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (max slopes)", slopes.size());
-}
-void LandXmlStore::set_min_slopes(const std::vector<double>& slopes) {
-  m_losses.set("settings (min slopes)", slopes.size());
-}
-void LandXmlStore::set_mesh_metric(mesh_metric metric) {
-  const mesh_metric d = gvk::DataSource().get_mesh_metric();
-  m_losses.set("settings (mesh metric)",
-               metric.kind != d.kind || differs(metric.value, d.value) ||
-                   metric.flag_a != d.flag_a || metric.flag_b != d.flag_b);
-}
-void LandXmlStore::set_max_iteration_count(long long count) {
-  m_losses.set("settings (max iteration count)",
-               count != gvk::DataSource().get_max_iteration_count());
-}
-void LandXmlStore::set_epsilon(double epsilon) {
-  m_losses.set("settings (epsilon)", differs(epsilon, gvk::DataSource().get_epsilon()));
-}
-
-void LandXmlStore::keep_kind(std::int32_t kind, Kind data, std::size_t at_least) {
+// A kind is declared lost with as many elements as it has records or lists, and at
+// least one when it holds complex data alone.
+void LandXmlStore::keep_elements(std::int32_t kind, ReceivedElements data) {
+  const std::size_t at_least = data.complex ? 1 : 0;
   m_losses.set(kind_name(kind) + " elements (written for other programs, not read back)",
                std::max({data.records.size(), data.xs.size(), data.ys.size(), at_least}));
   m_kinds[kind] = std::move(data);
-}
-
-void LandXmlStore::set_low_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(LowPoint, {e, {}, {}});
-}
-void LandXmlStore::set_bounded_points(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BoundedPoint, {e, {}, {}});
-}
-void LandXmlStore::set_offsets(const std::vector<gravok_grading_element>& e) {
-  keep_kind(Offset, {e, {}, {}});
-}
-void LandXmlStore::set_drain_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(DrainLine, {e, {}, {}});
-}
-void LandXmlStore::set_bend_lines(const std::vector<gravok_grading_element>& e) {
-  keep_kind(BendLine, {e, {}, {}});
-}
-void LandXmlStore::set_aligned_edges(const std::vector<gravok_grading_element>& e) {
-  keep_kind(AlignedEdge, {e, {}, {}});
-}
-void LandXmlStore::set_trizone_polygons(const std::vector<gravok_grading_element>& e) {
-  keep_kind(SurfaceZone, {e, {}, {}});
-}
-void LandXmlStore::set_complex_elements(GradingElementType kind,
-                                        const std::vector<gravok_grading_element>& e) {
-  keep_kind(kind, {e, {}, {}});
-}
-
-void LandXmlStore::set_transferred_units(const gvk::Unit<1>& linear,
-                                         const gvk::Unit<2>& area,
-                                         const gvk::Unit<3>& volume) {
-  set_units(linear, area, volume);
-}
-
-void LandXmlStore::set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) {
-  set_break_lines(lines);
-}
-
-void LandXmlStore::set_transferred_grading_elements(
-    GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-    const std::vector<std::vector<double>>& xs,
-    const std::vector<std::vector<double>>& ys, const ComplexElementData& complex) {
-  keep_kind(kind, {elements, xs, ys}, gvk::is_empty({{}, {}, {}, complex}) ? 0 : 1);
 }
 
 void LandXmlStore::set_hostcad_version(const std::string& version) {
@@ -256,7 +164,6 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
   m_document.surfaces.clear();
   m_surface_ids.clear();
   unsigned long long records = 0, empty = 0, renumbered = 0;
-  const gravok_triangle_info zero{};
   for (const gvk::Surface& given : surfaces) {
     empty += given.mesh.x.empty() && given.mesh.triangles.empty();
     Surface s;
@@ -266,9 +173,7 @@ void LandXmlStore::set_surfaces(const std::vector<gvk::Surface>& surfaces) {
     s.z = given.mesh.z;
     s.triangles = given.mesh.triangles;
     s.break_lines = given.break_lines;
-    for (const gravok_triangle_info& info : given.mesh.triangle_info) {
-      records += std::memcmp(&info, &zero, sizeof zero) != 0;
-    }
+    records += gvk_plugin::nonzero_triangle_records(given.mesh.triangle_info);
     m_document.surfaces.push_back(std::move(s));
     renumbered += given.id != m_surface_ids.size();
     m_surface_ids.push_back(given.id);

@@ -15,10 +15,9 @@
 #ifndef GRAVOK_LANDXML_STORE_H
 #define GRAVOK_LANDXML_STORE_H
 
+#include "format_store.h"
 #include "landxml_document.h"
 
-#include <gravok/data_store.h>
-#include <gravok/store_losses.h>
 #include <gravok/surfaces.h>
 
 #include <map>
@@ -27,8 +26,7 @@
 
 namespace gvk_landxml {
 
-class LandXmlStore : public gvk::DataStore,
-                     public gvk::DeclaresLosses,
+class LandXmlStore : public gvk_plugin::FormatStore,
                      public gvk::DescribedStore,
                      public gvk::SurfaceStore {
  public:
@@ -60,9 +58,9 @@ class LandXmlStore : public gvk::DataStore,
                    const std::vector<gvk::Triangle>& triangles,
                    const std::vector<gravok_triangle_info>& triangle_info) override;
   void set_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_objectives(const std::vector<gravok_objective>& objectives) override;
 
-  // Element setters keep the records of one kind, replacing earlier ones of that kind.
+  // Elements (FormatStore's setters) keep the records of one kind, replacing earlier
+  // ones of that kind.
   // Low points and bounded points are written as <CgPoint> "<Kind> <n>" (n from 1 in
   // record order; a bounded point's two elevations in its desc), offsets as a plan
   // feature of one line from the first to the second point. Every other kind carries
@@ -71,39 +69,14 @@ class LandXmlStore : public gvk::DataStore,
   // (closed for surface zones, building pads, ponds and parking lots: the last
   // vertex joined to the first), and elements without coordinates are not written. GUIDs
   // do not reach a store, so names carry the kind and the number only.
-  void set_low_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_bounded_points(const std::vector<gravok_grading_element>& elements) override;
-  void set_offsets(const std::vector<gravok_grading_element>& elements) override;
-  void set_drain_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_bend_lines(const std::vector<gravok_grading_element>& elements) override;
-  void set_aligned_edges(const std::vector<gravok_grading_element>& elements) override;
-  void set_trizone_polygons(const std::vector<gravok_grading_element>& elements) override;
-  void set_complex_elements(GradingElementType kind,
-                            const std::vector<gravok_grading_element>& elements) override;
 
-  // The settings have no place in LandXML: each that differs from gvk::DataSource's
-  // default is declared lost ("settings (max slope)").
-  void set_fix_boundary(bool fix) override;
-  void set_max_slope(double slope) override;
-  void set_min_slope(double slope) override;
-  void set_volume_constraint(VolumeConstraint constraint) override;
-  void set_max_slopes(const std::vector<double>& slopes) override;
-  void set_min_slopes(const std::vector<double>& slopes) override;
-  void set_mesh_metric(mesh_metric metric) override;
-  void set_max_iteration_count(long long count) override;
-  void set_epsilon(double epsilon) override;
+  // The settings and objectives have no place in LandXML: FormatStore declares each
+  // setting that differs from gvk::DataSource's default lost ("settings (max slope)").
 
-  // The complete transfer: units, break lines and host version as their setters
-  // take them; the elements of every kind (Unclassified included) with their xs and
-  // ys. Complex-element data has no place in LandXML and is dropped.
-  void set_transferred_units(const gvk::Unit<1>& linear, const gvk::Unit<2>& area,
-                             const gvk::Unit<3>& volume) override;
-  void set_transferred_break_lines(const std::vector<gravok_line_3d>& lines) override;
-  void set_transferred_grading_elements(
-      GradingElementType kind, const std::vector<gravok_grading_element>& elements,
-      const std::vector<std::vector<double>>& xs,
-      const std::vector<std::vector<double>>& ys,
-      const ComplexElementData& complex_data) override;
+  // The complete transfer (FormatStore's setters): units and break lines as their
+  // setters take them; the elements of every kind (Unclassified included) with their xs
+  // and ys. Complex-element data has no place in LandXML and is dropped.
+
   // Written as the desc of the document's <Application>.
   void set_hostcad_version(const std::string& version) override;
 
@@ -122,12 +95,11 @@ class LandXmlStore : public gvk::DataStore,
   // set_eg_data fills.
   void set_surfaces(const std::vector<gvk::Surface>& surfaces) override;
 
-  // What the store received that reading its file back does not give: objectives,
-  // settings that differ from the defaults, triangle records that are not all zero
-  // bytes, units LandXML cannot name, the host version, and the grading elements of
-  // each kind, which are written as points and plan features for other programs but
-  // not read back (the reader reads surfaces).
-  std::vector<gvk::StoreLoss> losses() const override { return m_losses.losses(); }
+  // losses() (FormatStore) lists what the store received that reading its file back
+  // does not give: objectives, settings that differ from the defaults, triangle
+  // records that are not all zero bytes, units LandXML cannot name, the host version,
+  // and the grading elements of each kind, which are written as points and plan
+  // features for other programs but not read back (the reader reads surfaces).
 
   // As a source the store answers what it holds, in absolute coordinates (origin 0).
   void get_linear_unit(gvk::Unit<1>& unit) const override;
@@ -140,25 +112,18 @@ class LandXmlStore : public gvk::DataStore,
   std::string get_hostcad_version() const override { return m_document.application; }
 
  private:
-  struct Kind {
-    std::vector<gravok_grading_element> records;
-    std::vector<std::vector<double>> xs, ys;
-  };
   // Keeps the elements of one kind, replacing earlier ones, and counts them lost.
-  // Keeps a kind and declares it lost: as many elements as it has records or lists,
-  // and at least `at_least` (a kind that holds complex data alone counts one).
-  void keep_kind(std::int32_t kind, Kind data, std::size_t at_least = 0);
+  void keep_elements(std::int32_t kind, ReceivedElements elements) override;
   // Declares the host version lost unless reading the file back gives it.
   void count_host_version();
   std::string m_path;
   // One surface, the units and the host version; save() rebuilds its points and
   // features from m_kinds each time it writes.
   mutable Document m_document;
-  std::map<std::int32_t, Kind> m_kinds;
+  std::map<std::int32_t, ReceivedElements> m_kinds;
   std::vector<unsigned long long> m_surface_ids;  // of m_document.surfaces, in order
   std::map<unsigned long long, std::string> m_surface_descriptions;
   std::string m_host_version;
-  gvk::LossTally m_losses;
 };
 
 }  // namespace gvk_landxml

@@ -365,14 +365,10 @@ TEST(LandXmlSource, UnitsAreTheKnownUnitsWithTheirTrueFactors) {
   };
   const Row rows[] = {
       {"", 9, 9, 9, 1, 1, 1, 1},  // no <Units>: unknown, and a warning says so
-      {R"(<Metric linearUnit="meter" areaUnit="squareMeter" volumeUnit="cubicMeter"/>)",
-       2, 2, 2, 1, 1, 1, 0},
       {R"(<Metric linearUnit="millimeter" areaUnit="squareMillimeter"/>)", 0, 0, 9, 0.001,
        1e-6, 1, 0},
       {R"(<Metric linearUnit="kilometer" areaUnit="hectare" volumeUnit="liter"/>)", 3, 9,
        9, 1000, 1, 1, 2},
-      {R"(<Imperial linearUnit="foot" areaUnit="squareFoot" volumeUnit="cubicFeet"/>)", 4,
-       4, 4, 0.3048, 0.09290304, 0.028316846592, 0},
       {R"(<Imperial linearUnit="USSurveyFoot" areaUnit="squareFoot" volumeUnit="cubicYard"/>)",
        7, 4, 5, 1200.0 / 3937.0, 0.09290304, 0.764554857984, 0},
       {R"(<Imperial linearUnit="inch" areaUnit="acre" volumeUnit="acreFeet"/>)", 9, 9, 9,
@@ -399,6 +395,43 @@ TEST(LandXmlSource, UnitsAreTheKnownUnitsWithTheirTrueFactors) {
     EXPECT_NEAR(area.conversions[2](), row.square_meters_per_unit, 1e-15);
     EXPECT_NEAR(volume.conversions[2](), row.cubic_meters_per_unit, 1e-15);
     EXPECT_EQ(source.warnings().size(), row.warnings);
+  }
+  // Every length LandXML names, with its square and its cube, against the length's
+  // definition in metres.
+  struct Length {
+    const char *linear, *area, *volume;
+    double meters;
+  };
+  const Length lengths[] = {
+      {"millimeter", "squareMillimeter", "cubicMillimeter", 0.001},
+      {"centimeter", "squareCentimeter", "cubicCentimeter", 0.01},
+      {"meter", "squareMeter", "cubicMeter", 1},
+      {"kilometer", "squareKilometer", "cubicKilometer", 1000},
+      {"foot", "squareFoot", "cubicFeet", 0.3048},
+      {"foot", "squareFoot", "cubicFoot", 0.3048},
+      {"yard", "squareYard", "cubicYard", 0.9144},
+      {"mile", "squareMiles", "cubicMiles", 1609.344},
+      {"USSurveyFoot", "squareUSSurveyFoot", "cubicUSSurveyFoot", 1200.0 / 3937.0},
+  };
+  for (const Length& l : lengths) {
+    SCOPED_TRACE(l.volume);
+    const std::string units = std::string(R"(<Units><Imperial linearUnit=")") + l.linear +
+                              R"(" areaUnit=")" + l.area + R"(" volumeUnit=")" +
+                              l.volume + R"("/></Units>)";
+    LandXmlSource source(temp_file("units.xml", document("", units)));
+    ASSERT_TRUE(source.load()) << source.error();
+    gvk::Unit<1> linear;
+    gvk::Unit<2> area;
+    gvk::Unit<3> volume;
+    source.get_linear_unit(linear);
+    source.get_area_unit(area);
+    source.get_volume_unit(volume);
+    ASSERT_EQ(volume.conversions.size(), 9u);
+    const double m = l.meters;
+    EXPECT_NEAR(linear.conversions[2]() / m, 1, 1e-15);
+    EXPECT_NEAR(area.conversions[2]() / (m * m), 1, 1e-15);
+    EXPECT_NEAR(volume.conversions[2]() / (m * m * m), 1, 1e-15);
+    EXPECT_TRUE(source.warnings().empty());
   }
 }
 

@@ -466,9 +466,9 @@ std::vector<std::string> text_units(const Format& format) {
   std::vector<std::string> units;
   if (format.bytes.empty()) {
     for (int b = 0; b < 256; ++b) units.push_back(std::string(1, static_cast<char>(b)));
-    return units;
   }
   for (char c : format.bytes) units.push_back(std::string(1, c));
+  // Whole sequences too, which single random bytes would hardly ever make.
   for (const char* s :
        {"\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf", "\xef\xbf\xbd",
         "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf", "\xc3\xa5"})
