@@ -112,6 +112,15 @@ def test_save_writes_each_writable_format_and_open_reads_it_back(tmp_path, suffi
     assert np.array_equal(back.mesh.triangles, problem.mesh.triangles)
 
 
+def test_a_loss_made_an_error_is_raised_after_the_pair_is_written(tmp_path):
+    path = tmp_path / "site.node"
+    with warnings.catch_warnings():
+        warnings.simplefilter("error", gravok.LossWarning)
+        with pytest.raises(gravok.LossWarning, match=r"dropped 1 DrainLine elements"):
+            a_problem().save(path)
+    assert len(gravok.open(path).mesh.triangles) == 2
+
+
 def test_arrays_changed_in_place_or_assigned_are_what_is_saved(tmp_path):
     needs("GRAVOK_JSON_PLUGIN")
     problem = a_problem()

@@ -253,3 +253,53 @@ def test_a_store_in_a_with_block_writes_once_at_its_end(json_plugin, tmp_path):
             store.copyAllFrom(ProblemSource())
             raise Boom("interrupted")
     assert not failed.exists()
+
+
+# Each operation a Python source may override, alone: what it returns, and the Python
+# setter of the store that the C++ transfer must hand it to (with what it receives).
+ONE = [element(20)]
+LISTS = ([element(21)], [[1.0, 2.0]], [[3.0, 4.0]])
+POND = gravok.GradingElementType.Pond
+OVERRIDES = [
+    ("fix_boundary", lambda self: True, "set_fix_boundary", (True,)),
+    ("get_max_slope", lambda self: 0.375, "set_max_slope", (0.375,)),
+    ("get_min_slope", lambda self: -0.125, "set_min_slope", (-0.125,)),
+    ("get_volume_constraint", lambda self: 7, "set_volume_constraint", (7,)),
+    ("get_max_slopes", lambda self: [0.5], "set_max_slopes", ([0.5],)),
+    ("get_min_slopes", lambda self: [-0.5, 0.0], "set_min_slopes", ([-0.5, 0.0],)),
+    ("get_mesh_metric", lambda self: gravok.mesh_metric(kind=4, value=1.5),
+     "set_mesh_metric", (gravok.mesh_metric(kind=4, value=1.5),)),
+    ("get_max_iteration_count", lambda self: 123, "set_max_iteration_count", (123,)),
+    ("get_epsilon", lambda self: 1e-3, "set_epsilon", (1e-3,)),
+    ("get_objectives", lambda self: [gravok.gravok_objective(bytes(24))],
+     "set_objectives", ([gravok.gravok_objective(bytes(24))],)),
+    ("get_low_points", lambda self: ONE, "set_low_points", (ONE,)),
+    ("get_bounded_points", lambda self: ONE, "set_bounded_points", (ONE,)),
+    ("get_offsets", lambda self: ONE, "set_offsets", (ONE,)),
+    ("get_drain_lines", lambda self: LISTS, "set_drain_lines", (LISTS[0],)),
+    ("get_bend_lines", lambda self: LISTS, "set_bend_lines", (LISTS[0],)),
+    ("get_aligned_edges", lambda self: LISTS, "set_aligned_edges", (LISTS[0],)),
+    ("get_trizone_polygons", lambda self: LISTS, "set_trizone_polygons", (LISTS[0],)),
+    ("get_complex_elements",
+     lambda self, kind: (*LISTS, None) if kind == POND else ([], [], [], None),
+     "set_complex_elements", (POND, LISTS[0])),
+    ("get_hostcad_version", lambda self: "Host 9", "set_hostcad_version", ("Host 9",)),
+    ("get_break_lines", lambda self: [gravok.gravok_line_3d(1, 2, 3, 4, 5, 6)],
+     "set_transferred_break_lines", ([gravok.gravok_line_3d(1, 2, 3, 4, 5, 6)],)),
+    ("get_linear_unit", lambda self: gravok.Unit1.known(7), "set_transferred_units",
+     (gravok.Unit1.known(7),)),
+]
+
+
+@pytest.mark.parametrize("getter, result, setter, received", OVERRIDES,
+                         ids=[row[0] for row in OVERRIDES])
+def test_every_python_override_reaches_the_cpp_transfer(getter, result, setter, received):
+    source = type("OneOverride", (gravok.DataSource,), {getter: result})()
+    calls = []
+    store = type("OneSetter", (gravok.DataStore,),
+                 {setter: lambda self, *args: calls.append(args)})()
+    store.copyAllFrom(source)
+    # The setter's first arguments, arrays as lists; complex kinds come one call each.
+    got = [[list(a) if isinstance(a, np.ndarray) else a for a in args[:len(received)]]
+           for args in calls]
+    assert got.count(list(received)) == 1, calls
