@@ -306,7 +306,8 @@ class ChangeOne {
   }
   template <class Integer>
   void leaf(const std::string& at, Integer& v) {
-    if (take(at)) v = static_cast<Integer>(v + 1);
+    // The lowest bit flipped: a change whatever the value, the largest included.
+    if (take(at)) v = static_cast<Integer>(v ^ 1);
   }
   void leaf(const std::string& at, bool& v) {
     if (take(at)) v = !v;
