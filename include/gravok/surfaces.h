@@ -69,6 +69,13 @@ struct ProblemDescription {
   std::map<unsigned long long, std::string> surface_descriptions;
 };
 
+/// True when every text of the coordinate system is empty: nothing is known of it.
+GRAVOK_API bool is_empty(const CoordinateSystem& system);
+
+/// True when the description holds nothing: an empty coordinate system, no
+/// application and no surface description, as a source that knows none gives it.
+GRAVOK_API bool is_empty(const ProblemDescription& description);
+
 /// A source that also tells what describes its problem.
 class GRAVOK_API DescribedSource {
  public:

@@ -38,15 +38,6 @@ bool other_slots_set(std::int32_t kind, const double* at) {
   }
 }
 
-bool is_empty(const gvk::ProblemDescription& d) {
-  const gvk::CoordinateSystem& c = d.coordinate_system;
-  return c.epsg_code.empty() && c.wkt.empty() && c.name.empty() &&
-         c.description.empty() && c.horizontal_name.empty() &&
-         c.horizontal_datum.empty() && c.vertical_datum.empty() &&
-         d.application_name.empty() && d.application_version.empty() &&
-         d.surface_descriptions.empty();
-}
-
 }  // namespace
 
 DxfStore::DxfStore(std::string path) : m_path(std::move(path)) {}

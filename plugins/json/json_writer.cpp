@@ -426,17 +426,6 @@ void put_all_surfaces(std::string& out, const std::vector<gvk::Surface>& surface
   out += "\n  ]";
 }
 
-bool is_empty(const gvk::CoordinateSystem& c) {
-  return c.epsg_code.empty() && c.wkt.empty() && c.name.empty() &&
-         c.description.empty() && c.horizontal_name.empty() &&
-         c.horizontal_datum.empty() && c.vertical_datum.empty();
-}
-
-bool is_empty(const gvk::ProblemDescription& d) {
-  return is_empty(d.coordinate_system) && d.application_name.empty() &&
-         d.application_version.empty() && d.surface_descriptions.empty();
-}
-
 // Writes `"name": text` after `separator` when the text is not empty.
 void put_text_member(std::string& out, const char*& separator, const char* name,
                      const std::string& text) {

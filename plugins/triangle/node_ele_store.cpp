@@ -32,15 +32,6 @@ bool is_default(const gvk::StoredUnit& unit) {
   return unit.type == gvk::kUnknownUnitType;
 }
 
-bool is_empty(const gvk::ProblemDescription& d) {
-  const gvk::CoordinateSystem& c = d.coordinate_system;
-  return c.epsg_code.empty() && c.wkt.empty() && c.name.empty() &&
-         c.description.empty() && c.horizontal_name.empty() &&
-         c.horizontal_datum.empty() && c.vertical_datum.empty() &&
-         d.application_name.empty() && d.application_version.empty() &&
-         d.surface_descriptions.empty();
-}
-
 void count_settings(const gvk::Problem& p, gvk::LossTally& tally) {
   const gvk::Problem d;
   tally.set("settings (fix boundary)", p.fix_boundary != d.fix_boundary);
