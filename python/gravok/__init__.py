@@ -10,6 +10,18 @@ registry and plug-in modules (load_plugin, createDataSource, createDataStore), t
 exchange records, units, mesh tools on NumPy arrays and logging. See docs/python.md.
 """
 
+import sys as _sys
+
+# Problems hand their meshes and coordinates over as NumPy arrays. An interpreter
+# without NumPy gets told what to install, not only that a module is missing.
+try:
+    import numpy as _numpy  # noqa: F401
+except ImportError as _error:
+    raise ImportError(
+        "gravok needs NumPy, which this Python (" + _sys.executable + ") cannot import: "
+        "install python3-numpy (Debian, Ubuntu) or run `python3 -m pip install numpy` "
+        "for this interpreter") from _error
+
 from . import _gravok
 from ._gravok import *  # noqa: F401,F403
 from ._gravok import __doc__ as _extension_doc  # noqa: F401

@@ -6,6 +6,8 @@ format cannot hold ValueError, and a store says what it dropped."""
 import errno
 import math
 import os
+import subprocess
+import sys
 
 import pytest
 
@@ -124,3 +126,14 @@ def test_stores_say_what_they_dropped(tmp_path, json_plugin, example_problem):
     assert gravok.losses(python_store) == [("objectives", objectives)]
     assert gravok.losses(gravok.DataSource()) is None
     assert math.isnan(source.get_eg_data()[2][3])
+
+
+def test_an_interpreter_without_numpy_is_told_what_to_install():
+    # None in sys.modules makes `import numpy` fail as it does where NumPy is missing.
+    run = subprocess.run(
+        [sys.executable, "-c", "import sys; sys.modules['numpy'] = None; import gravok"],
+        capture_output=True, text=True, env=os.environ)
+    assert run.returncode == 1
+    last = run.stderr.strip().splitlines()[-1]
+    assert last.startswith("ImportError: gravok needs NumPy"), run.stderr
+    assert "python3-numpy" in last and "pip install numpy" in last

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iomanip>
+#include <iostream>
 #include <locale>
 #include <map>
 #include <memory>
@@ -78,8 +79,12 @@ std::vector<gvk::MeshFinding> check(const gvk::Mesh& m) {
   return gvk::check_mesh(m.x, m.y, m.z, m.triangles, kWeldTolerance);
 }
 
+// A step that failed ends the demo's account on `out` and is reported on the standard
+// error as every command reports its failures, so that a demo whose output went to a
+// file or a pipe still says why it stopped.
 int fail(std::ostream& out, const std::string& step, const std::string& why) {
   out << step << ": FAILED: " << why << "\n";
+  std::cerr << "gravok: demo: " << step << ": " << why << "\n";
   return 2;
 }
 
@@ -164,7 +169,7 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells, bool site_
   using Clock = std::chrono::steady_clock;
   std::error_code ec;
   std::filesystem::create_directories(outdir, ec);
-  if (ec) return fail(out, "output directory", outdir + ": " + ec.message());
+  if (ec) return fail(out, "output directory", "cannot write " + outdir + ": " + ec.message());
   const std::string json = outdir + "/site.json";
 
   auto start = Clock::now();

@@ -413,7 +413,7 @@ row(volume clean 0 "base  ${d}/flat.node \\(2 triangles\\)" volume ${d}/flat.nod
 
 no_row(demo missing "it builds its own site")
 no_row(demo unreadable "it builds its own site")
-row(demo unwritable 1 "output directory: FAILED: ${d}/square.node/demo: Not a directory"
+row(demo unwritable 1 "gravok: demo: output directory: cannot write ${d}/square.node/demo: Not a directory"
     demo ${d}/square.node/demo --triangles 32)
 row(demo usage 2 "--triangles: Value 31 not in range 32 to 100000000"
     demo ${d}/no-demo --triangles 31)
