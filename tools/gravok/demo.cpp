@@ -169,7 +169,8 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells, bool site_
   using Clock = std::chrono::steady_clock;
   std::error_code ec;
   std::filesystem::create_directories(outdir, ec);
-  if (ec) return fail(out, "output directory", "cannot write " + outdir + ": " + ec.message());
+  if (ec)
+    return fail(out, "output directory", "cannot write " + outdir + ": " + ec.message());
   const std::string json = outdir + "/site.json";
 
   auto start = Clock::now();
