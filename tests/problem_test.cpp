@@ -1,6 +1,7 @@
 // The problem as a value: filled from a source, served by ProblemSource, received by
 // ProblemStore, and compared bit for bit.
 #include <gravok/element_types.h>
+#include <gravok/hand_over.h>
 #include <gravok/problem.h>
 
 #include "recording_store.h"
@@ -545,6 +546,56 @@ TEST(CopyAllFrom, MovesEachSurfaceByItsOwnOriginIntoAStoreThatKeepsThem) {
   OriginPerSurface untouched;
   plain.copyAllFrom(untouched);
   EXPECT_TRUE(untouched.selected.empty()) << "a store written for 1.0 sees no surfaces";
+}
+
+std::size_t vertices_of(gvk::DataSource& source) {
+  std::vector<double> x, y, z;
+  std::vector<gvk::Triangle> triangles;
+  std::vector<gravok_triangle_info> info;
+  source.get_eg_data(x, y, z, triangles, info);
+  return x.size();
+}
+
+// A taking snapshot gives the value a snapshot gives; it moves the meshes out of a
+// source that lets them go (only the surfaces' when there are several, the main mesh
+// being asked for first) and leaves every other source as it was.
+TEST(TakeSnapshot, GivesWhatSnapshotGivesAndEmptiesOnlyTheMeshesItTook) {
+  for (const Problem& p : {Problem(), rich_problem(), surveyed_problem()}) {
+    gvk::HandOverProblemSource giver(p);
+    Problem taken;
+    gvk::take_snapshot(giver, taken, {42, 7});
+    EXPECT_EQ(lines(gvk::compare_problems(p, taken)), "");
+    const Problem& left = giver.problem();
+    EXPECT_EQ(left.mesh.x.size(), p.surfaces.empty() ? 0 : p.mesh.x.size());
+    EXPECT_TRUE(left.mesh.triangle_info.empty() || !p.surfaces.empty());
+    for (const gvk::Surface& s : left.surfaces) EXPECT_TRUE(s.mesh.x.empty()) << s.name;
+
+    gvk::ProblemSource keeper(p);
+    Problem copied;
+    gvk::take_snapshot(keeper, copied, {42, 7});
+    EXPECT_EQ(lines(gvk::compare_problems(p, copied)), "");
+    EXPECT_EQ(lines(gvk::compare_problems(p, keeper.problem())), "");
+  }
+  OriginPerSurface moving;
+  Problem taken;
+  gvk::take_snapshot(moving, taken);
+  EXPECT_EQ(lines(gvk::compare_problems(snapshot_of(moving), taken)), "");
+}
+
+TEST(HandOverProblemSource, TakesTheSelectedMeshAndNoOther) {
+  gvk::HandOverProblemSource source(surveyed_problem());
+  source.select_surface(2);
+  source.select_surface(99);  // names no surface: 2 stays current
+  std::vector<double> x = {-1}, y, z;
+  std::vector<gvk::Triangle> triangles;
+  std::vector<gravok_triangle_info> info;
+  source.take_eg_data(x, y, z, triangles, info);
+  EXPECT_EQ(x, (std::vector<double>{0, 5})) << "replaced, not appended to";
+  EXPECT_EQ(z, (std::vector<double>{9, 9}));
+  EXPECT_EQ(vertices_of(source), 0u) << "surface 2 has given its mesh away";
+  source.select_surface(1);
+  EXPECT_EQ(vertices_of(source), 4u);
+  EXPECT_EQ(source.problem().mesh.x.size(), 4u) << "the main mesh is not surface 2";
 }
 
 TEST(Snapshot, TakesTheDescriptionOfASourceThatGivesOne) {

@@ -7,6 +7,7 @@
 #include <gravok/data_store.h>
 #include <gravok/element_types.h>
 #include <gravok/export.h>
+#include <gravok/hand_over.h>
 #include <gravok/log.h>
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>

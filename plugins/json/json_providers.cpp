@@ -2,6 +2,7 @@
 
 #include "json_document.h"
 
+#include <gravok/hand_over.h>
 #include <gravok/problem.h>
 
 #include <cctype>
@@ -46,7 +47,7 @@ std::unique_ptr<gvk::DataSource> open_source(const std::string& location,
   std::string path;
   gvk::Problem problem;
   if (!resolve(location, path, error) || !read_file(path, problem, error)) return nullptr;
-  return std::make_unique<gvk::ProblemSource>(std::move(problem));
+  return std::make_unique<gvk::HandOverProblemSource>(std::move(problem));
 }
 
 std::unique_ptr<JsonStore> open_store(const std::string& location, std::string& error) {

@@ -90,6 +90,24 @@ void LandXmlSource::get_eg_data(std::vector<double>& x, std::vector<double>& y,
   triangle_info.assign(triangles.size(), gravok_triangle_info{});
 }
 
+void LandXmlSource::take_eg_data(std::vector<double>& x, std::vector<double>& y,
+                                 std::vector<double>& z,
+                                 std::vector<gvk::Triangle>& triangles,
+                                 std::vector<gravok_triangle_info>& triangle_info) {
+  x.clear();
+  y.clear();
+  z.clear();
+  triangles.clear();
+  if (m_current < m_document.surfaces.size()) {
+    Surface& s = m_document.surfaces[m_current];
+    x.swap(s.x);
+    y.swap(s.y);
+    z.swap(s.z);
+    triangles.swap(s.triangles);
+  }
+  triangle_info.assign(triangles.size(), gravok_triangle_info{});
+}
+
 void LandXmlSource::get_break_lines(std::vector<gravok_line_3d>& lines) const {
   const Surface* s = current();
   lines = s ? s->break_lines : std::vector<gravok_line_3d>();

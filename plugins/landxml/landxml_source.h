@@ -13,6 +13,7 @@
 #include "landxml_document.h"
 
 #include <gravok/data_source.h>
+#include <gravok/hand_over.h>
 #include <gravok/surfaces.h>
 
 #include <array>
@@ -21,7 +22,9 @@
 
 namespace gvk_landxml {
 
-class LandXmlSource : public gvk::DataSource, public gvk::DescribedSource {
+class LandXmlSource : public gvk::DataSource,
+                      public gvk::DescribedSource,
+                      public gvk::HandOverSource {
  public:
   // A source for the file at `path`; nothing is read before load().
   explicit LandXmlSource(std::string path);
@@ -56,6 +59,12 @@ class LandXmlSource : public gvk::DataSource, public gvk::DescribedSource {
   void get_eg_data(std::vector<double>& x, std::vector<double>& y, std::vector<double>& z,
                    std::vector<gvk::Triangle>& triangles,
                    std::vector<gravok_triangle_info>& triangle_info) override;
+  // What get_eg_data delivers, with the surface's points and triangles moved out
+  // rather than copied: the surface's mesh is empty afterwards (a command that reads
+  // the file once takes it; see gvk::take_snapshot).
+  void take_eg_data(std::vector<double>& x, std::vector<double>& y,
+                    std::vector<double>& z, std::vector<gvk::Triangle>& triangles,
+                    std::vector<gravok_triangle_info>& triangle_info) override;
 
   // Replaces `lines` with the current surface's <Breakline> polylines, one segment
   // per pair of consecutive points, local to the origin.

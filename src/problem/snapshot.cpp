@@ -1,4 +1,5 @@
 #include <gravok/element_types.h>
+#include <gravok/hand_over.h>
 #include <gravok/problem.h>
 
 #include <algorithm>
@@ -50,11 +51,21 @@ void shift(std::vector<double>& values, double d) {
   for (double& v : values) v += d;
 }
 
+// The mesh that `source` has current, taken from `giver` when there is one.
+void fetch_mesh(DataSource& source, HandOverSource* giver, Mesh& m) {
+  if (giver) {
+    giver->take_eg_data(m.x, m.y, m.z, m.triangles, m.triangle_info);
+  } else {
+    source.get_eg_data(m.x, m.y, m.z, m.triangles, m.triangle_info);
+  }
+}
+
 // The surface that `source` has current, re-expressed in the problem's origin.
-Surface current_surface(DataSource& source, const Problem& problem) {
+Surface current_surface(DataSource& source, HandOverSource* giver,
+                        const Problem& problem) {
   Surface s;
   Mesh& m = s.mesh;
-  source.get_eg_data(m.x, m.y, m.z, m.triangles, m.triangle_info);
+  fetch_mesh(source, giver, m);
   source.get_break_lines(s.break_lines);
   const double dx = source.get_xorig() - problem.xorig;
   const double dy = source.get_yorig() - problem.yorig;
@@ -75,27 +86,30 @@ Surface current_surface(DataSource& source, const Problem& problem) {
 
 // Every listed surface in turn, when the source lists several; the first one is left
 // current, as a source starts.
-void snapshot_surfaces(DataSource& source, Problem& problem) {
+void snapshot_surfaces(DataSource& source, HandOverSource* giver, Problem& problem) {
   const std::size_t count =
       std::min(problem.surface_ids.size(), problem.surface_names.size());
   if (count < 2) return;
   for (std::size_t i = 0; i < count; ++i) {
     source.select_surface(problem.surface_ids[i]);
-    problem.surfaces.push_back(current_surface(source, problem));
+    problem.surfaces.push_back(current_surface(source, giver, problem));
     problem.surfaces.back().id = problem.surface_ids[i];
     problem.surfaces.back().name = problem.surface_names[i];
   }
   source.select_surface(problem.surface_ids.front());
 }
 
-}  // namespace
-
-void snapshot(DataSource& source, Problem& problem, const std::vector<long long>& uids) {
+// Snapshot, taking the meshes from `giver` (the source itself, or null to copy them).
+// With several surfaces the main mesh is copied and only the surfaces' meshes are
+// taken, since the main mesh is one of them and must be asked for first.
+void fill(DataSource& source, HandOverSource* giver, Problem& problem,
+          const std::vector<long long>& uids) {
   problem = Problem();
   snapshot_units(source, problem);
   source.get_surfaces(problem.surface_ids, problem.surface_names);
-  Mesh& mesh = problem.mesh;
-  source.get_eg_data(mesh.x, mesh.y, mesh.z, mesh.triangles, mesh.triangle_info);
+  const bool several =
+      std::min(problem.surface_ids.size(), problem.surface_names.size()) > 1;
+  fetch_mesh(source, several ? nullptr : giver, problem.mesh);
   source.get_objectives(problem.objectives);
   source.get_break_lines(problem.break_lines);
   snapshot_settings(source, problem);
@@ -109,10 +123,21 @@ void snapshot(DataSource& source, Problem& problem, const std::vector<long long>
     const std::string& guid = source.guid_from_uid(uid);
     if (!guid.empty()) problem.guids[uid] = guid;
   }
-  snapshot_surfaces(source, problem);
+  snapshot_surfaces(source, giver, problem);
   if (const auto* described = dynamic_cast<const DescribedSource*>(&source)) {
     described->get_description(problem.description);
   }
+}
+
+}  // namespace
+
+void snapshot(DataSource& source, Problem& problem, const std::vector<long long>& uids) {
+  fill(source, nullptr, problem, uids);
+}
+
+void take_snapshot(DataSource& source, Problem& problem,
+                   const std::vector<long long>& uids) {
+  fill(source, dynamic_cast<HandOverSource*>(&source), problem, uids);
 }
 
 }  // namespace gvk

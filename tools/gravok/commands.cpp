@@ -13,6 +13,7 @@
 #include "surface_choice.h"
 
 #include <gravok/element_types.h>
+#include <gravok/hand_over.h>
 #include <gravok/log.h>
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
@@ -94,7 +95,7 @@ bool read_location(const std::string& location, Progress& progress, Problem& pro
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return false;
   progress.step("reading " + location);
-  gvk::snapshot(*source, problem);
+  gvk::take_snapshot(*source, problem);
   return true;
 }
 
@@ -267,7 +268,7 @@ int roundtrip(const Options& o) {
     return kFailed;
   }
   Problem actual;
-  gvk::snapshot(*reopened, actual);
+  gvk::take_snapshot(*reopened, actual);
   // What a store that loses nothing answers: the same transfer into a store in memory
   // at the origin the store reports. Surfaces and GUIDs do not travel with a transfer.
   Problem at_origin;

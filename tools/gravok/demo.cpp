@@ -7,6 +7,7 @@
 #include "mesh_files.h"
 #include "plot.h"
 
+#include <gravok/hand_over.h>
 #include <gravok/mesh_check.h>
 #include <gravok/mesh_tools.h>
 #include <gravok/problem.h>
@@ -207,7 +208,7 @@ int run_demo(const std::string& outdir, std::ostream& out, int cells, bool site_
       gvk_json::open_source("json:" + json, error);
   if (!source) return fail(out, "read back", error);
   gvk::Problem problem;
-  gvk::snapshot(*source, problem);
+  gvk::take_snapshot(*source, problem);
   out << "read back:    " << mesh_counts(problem.mesh) << ", " << element_count(problem)
       << " elements in " << problem.elements.size() << " kinds, origin x "
       << coordinate(problem.xorig) << " y " << coordinate(problem.yorig) << " z "

@@ -5,6 +5,7 @@
 #include "surface_choice.h"
 
 #include <gravok/data_source.h>
+#include <gravok/hand_over.h>
 #include <gravok/triangle_files.h>
 #include <gravok/units.h>
 
@@ -58,7 +59,7 @@ bool read_surface(const std::string& location, const std::string& wanted,
                   gvk::Problem& problem, std::string& label) {
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return false;
-  gvk::snapshot(*source, problem);
+  gvk::take_snapshot(*source, problem);
   return pick_surface(problem, location, wanted, label);
 }
 
@@ -134,7 +135,7 @@ int read_boundary(const std::string& location, const gvk::Problem& base,
   gvk::Problem holder;
   std::unique_ptr<gvk::DataSource> source = open_source(location);
   if (!source) return kUsage;
-  gvk::snapshot(*source, holder);
+  gvk::take_snapshot(*source, holder);
   const std::vector<Outline> outlines = closed_outlines(holder);
   if (outlines.empty()) {
     std::cerr << "gravok: " << location

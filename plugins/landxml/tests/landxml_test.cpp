@@ -292,6 +292,29 @@ TEST(LandXmlRealFiles, ReadExactlyAsRecorded) {
   }
 }
 
+// A command that reads a file once takes the meshes out of the source: the problem is
+// the one a snapshot makes, bit for bit, one surface or several, and the source has
+// then given the surfaces' meshes away.
+TEST(LandXmlRealFiles, ATakingSnapshotGivesWhatASnapshotGives) {
+  for (const char* file :
+       {"civil_example_clean.xml", "civil_sweref99_skyfall.xml", "blender_topo_s2.xml"}) {
+    SCOPED_TRACE(file);
+    LandXmlSource copied(data_file(file)), taken(data_file(file));
+    ASSERT_TRUE(copied.load());
+    ASSERT_TRUE(taken.load());
+    gvk::Problem expected, actual;
+    gvk::snapshot(copied, expected);
+    gvk::take_snapshot(taken, actual);
+    EXPECT_EQ(gvk::compare_problems(expected, actual), std::vector<std::string>());
+    ASSERT_FALSE(actual.mesh.x.empty());
+    std::vector<double> x, y, z;
+    std::vector<gvk::Triangle> triangles;
+    std::vector<gravok_triangle_info> info;
+    taken.get_eg_data(x, y, z, triangles, info);
+    EXPECT_TRUE(x.empty() && triangles.empty() && info.empty());
+  }
+}
+
 // Ids out of order and with gaps, a face whose ids are not positions, an invisible
 // face, an unused point and line breaks inside the lists.
 TEST(LandXmlSource, ReadsNorthingBeforeEastingAndFacesByIdNotPosition) {
