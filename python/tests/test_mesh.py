@@ -64,6 +64,7 @@ def test_check_mesh_and_poly_files(tmp_path):
                     "4 1\n1 1 2 0\n2 2 3 0\n3 3 4 0\n4 4 1 0\n")
     px, py, pz, pt, boundary = gravok.PolyFile.read(str(poly))
     assert px.tolist() == [0, 1, 1, 0] and pt.shape == (0, 3)
+    assert py.tolist() == [0, 0, 1, 1] and pz.tolist() == [1, 2, 3, 4]
     assert boundary.tolist() == [1, 2, 3, 4]
     with pytest.raises(gravok.PolyReadError) as caught:
         gravok.PolyFile.read(str(tmp_path / "absent.poly"))

@@ -26,6 +26,7 @@ def test_element_location_is_a_view_and_the_image_is_exact():
     image = e.to_bytes()
     assert len(image) == 480 and np.frombuffer(image[312:360]).tolist() == e.location.tolist()
     assert gravok.gravok_grading_element.from_bytes(image) == e
+    assert repr(e) == "gravok_grading_element(location=[11, 2, 3, 4, 5, 6])"
     gravok.initge(e)
     assert e.to_bytes() == bytes(480)
 

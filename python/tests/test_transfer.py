@@ -1,5 +1,8 @@
 """Transfers between Python and C++ sources and stores."""
 
+import gc
+import weakref
+
 import numpy as np
 import pytest
 
@@ -303,3 +306,17 @@ def test_every_python_override_reaches_the_cpp_transfer(getter, result, setter, 
     got = [[list(a) if isinstance(a, np.ndarray) else a for a in args[:len(received)]]
            for args in calls]
     assert got.count(list(received)) == 1, calls
+
+
+def test_an_offset_source_keeps_the_source_it_wraps_alive():
+    inner = ProblemSource()
+    gone = weakref.ref(inner)
+    offset = gravok.OffsetDataSource(inner, 1.0, 2.0, 4.0)
+    expected = inner.get_xorig() - 1.0
+    del inner
+    gc.collect()
+    assert gone() is not None, "the wrapped source died while its wrapper lives"
+    assert offset.get_xorig() == expected
+    del offset
+    gc.collect()
+    assert gone() is None, "the wrapper let go of it when it died itself"

@@ -1,6 +1,7 @@
 // The plan view checked on its SVG output, and the demo run's files read back.
 #include "plot.h"
 #include "demo.h"
+#include "plot_terrain.h"
 #include "json_document.h"
 
 #include <gravok/element_types.h>
@@ -334,6 +335,52 @@ TEST(PlotProblem, RefusesSurfacesThatWouldDrawNothing) {
     EXPECT_FALSE(gravok_tool::plot_problem(c.problem, options,
                                            scratch("none.png").string(), error));
     EXPECT_NE(error.find(c.message), std::string::npos) << error;
+  }
+}
+
+// The ground's raster covers exactly the pixels whose centres lie in a triangle, up to
+// the page's first and last row and column, whichever way the triangles turn. An
+// 8 x 6 page with the plan mapped one unit to a pixel; no pixel centre lies on the
+// diagonal x / 8 + y / 6 = 1, so each pixel is plainly in or out.
+TEST(PlotProblem, GroundFillsThePixelsWhoseCentresItsTrianglesCover) {
+  constexpr int kWidth = 8, kHeight = 6;
+  gravok_tool::PageMap map;
+  map.y_max = kHeight;
+  const auto opaque = [](unsigned argb) { return (argb >> 24) != 0; };
+  struct Case {
+    std::vector<gvk::Triangle> triangles;
+    bool whole_page;
+  };
+  const Case cases[] = {
+      {{{0, 1, 2}, {1, 3, 2}}, true},  // counter-clockwise, the whole page
+      {{{0, 2, 1}, {1, 2, 3}}, true},  // clockwise
+      // The lower left half in plan, its corners in every order, so that each corner
+      // is first in turn for each bound of the triangle's box.
+      {{{0, 1, 2}}, false},
+      {{{1, 2, 0}}, false},
+      {{{2, 0, 1}}, false},
+      {{{0, 2, 1}}, false},
+      {{{2, 1, 0}}, false},
+      {{{1, 0, 2}}, false},
+  };
+  for (const Case& c : cases) {
+    gvk::Mesh mesh;
+    mesh.x = {0, kWidth, 0, kWidth};
+    mesh.y = {0, 0, kHeight, kHeight};
+    mesh.z = {1, 2, 3, 5};
+    mesh.triangles = c.triangles;
+    const gravok_tool::Ground ground = gravok_tool::survey_ground(mesh);
+    const std::vector<unsigned> pixels =
+        gravok_tool::shade_ground(mesh, ground, map, 1.0, kWidth, kHeight);
+    ASSERT_EQ(pixels.size(), std::size_t{kWidth * kHeight});
+    for (int j = 0; j < kHeight; ++j) {
+      for (int i = 0; i < kWidth; ++i) {
+        // Page row j is plan y = kHeight - (j + 0.5).
+        const double x = i + 0.5, y = kHeight - (j + 0.5);
+        const bool inside = c.whole_page || x / kWidth + y / kHeight < 1.0;
+        EXPECT_EQ(opaque(pixels[j * kWidth + i]), inside) << "pixel " << i << ", " << j;
+      }
+    }
   }
 }
 
