@@ -1,8 +1,8 @@
 // The plan view checked on its SVG output, and the demo run's files read back.
 #include "plot.h"
 #include "demo.h"
-#include "plot_terrain.h"
 #include "json_document.h"
+#include "plot_terrain.h"
 
 #include <gravok/element_types.h>
 
