@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <limits>
 #include <locale>
+#include <optional>
 #include <sstream>
 
 namespace gravok_tool {
@@ -49,13 +50,14 @@ std::vector<std::pair<double, double>> record_points(GradingElementType kind,
 // index out of range or a coordinate that is not finite are left out.
 class PlanLocator {
  public:
-  explicit PlanLocator(const Problem& p) : m_p(p) {
-    const std::size_t n = std::min({p.mesh.x.size(), p.mesh.y.size()});
+  // The usable triangles are found again in each pass rather than listed, so that the
+  // locator costs its grid and entries only.
+  explicit PlanLocator(const Problem& p)
+      : m_p(p), m_n(std::min({p.mesh.x.size(), p.mesh.y.size()})) {
+    std::size_t usable_count = 0;
     for (std::size_t t = 0; t < p.mesh.triangles.size(); ++t) {
-      if (usable(p.mesh.triangles[t], n)) m_usable.push_back(t);
-    }
-    if (m_usable.empty()) return;
-    for (const std::size_t t : m_usable) {
+      if (!usable(p.mesh.triangles[t], m_n)) continue;
+      ++usable_count;
       for (const unsigned long long v : p.mesh.triangles[t]) {
         m_x0 = std::min(m_x0, p.mesh.x[v]);
         m_x1 = std::max(m_x1, p.mesh.x[v]);
@@ -63,13 +65,14 @@ class PlanLocator {
         m_y1 = std::max(m_y1, p.mesh.y[v]);
       }
     }
-    m_cells =
-        static_cast<std::size_t>(std::sqrt(static_cast<double>(m_usable.size()))) + 1;
+    if (usable_count == 0) return;
+    m_cells = static_cast<std::size_t>(std::sqrt(static_cast<double>(usable_count))) + 1;
     m_start.assign(m_cells * m_cells + 1, 0);
     for (int pass = 0; pass < 2; ++pass) {
       std::vector<std::size_t> fill(m_start.begin(), m_start.end() - 1);
       if (pass == 1) m_entries.resize(m_start.back());
-      for (const std::size_t t : m_usable) {
+      for (std::size_t t = 0; t < p.mesh.triangles.size(); ++t) {
+        if (!usable(p.mesh.triangles[t], m_n)) continue;
         const auto [c0, r0, c1, r1] = box_cells(t);
         for (std::size_t r = r0; r <= r1; ++r) {
           for (std::size_t c = c0; c <= c1; ++c) {
@@ -88,11 +91,11 @@ class PlanLocator {
     }
   }
 
-  bool empty() const { return m_usable.empty(); }
+  bool empty() const { return m_cells == 0; }
 
   // Whether (px, py) lies in some triangle, its border included.
   bool covers(double px, double py) const {
-    if (m_usable.empty() || !(px >= m_x0 && px <= m_x1 && py >= m_y0 && py <= m_y1)) {
+    if (empty() || !(px >= m_x0 && px <= m_x1 && py >= m_y0 && py <= m_y1)) {
       return false;
     }
     const std::size_t cell = cell_row(py) * m_cells + cell_column(px);
@@ -137,7 +140,7 @@ class PlanLocator {
   }
 
   const Problem& m_p;
-  std::vector<std::size_t> m_usable;
+  std::size_t m_n = 0;  // vertices with both plan coordinates
   double m_x0 = std::numeric_limits<double>::infinity(), m_x1 = -m_x0, m_y0 = m_x0,
          m_y1 = -m_x0;
   std::size_t m_cells = 0;
@@ -146,7 +149,7 @@ class PlanLocator {
 
 class Checker {
  public:
-  explicit Checker(const Problem& p) : m_p(p), m_locator(p) {}
+  explicit Checker(const Problem& p) : m_p(p) {}
 
   std::vector<Finding> findings;
 
@@ -273,7 +276,7 @@ class Checker {
         add("non-finite-coordinate", where,
             "point " + std::to_string(k) + " is (" + number(px) + ", " + number(py) +
                 ")");
-      } else if (!m_locator.empty() && !m_locator.covers(px, py)) {
+      } else if (!locator().empty() && !locator().covers(px, py)) {
         add("outside-mesh", where,
             "point " + std::to_string(k) + " (" + number(px) + ", " + number(py) +
                 ") lies outside the mesh");
@@ -281,8 +284,15 @@ class Checker {
     }
   }
 
+  // Built when a point is first looked up, after the mesh check has let go of its
+  // own tables, so that the two never take memory at the same time.
+  const PlanLocator& locator() {
+    if (!m_locator) m_locator.emplace(m_p);
+    return *m_locator;
+  }
+
   const Problem& m_p;
-  PlanLocator m_locator;
+  std::optional<PlanLocator> m_locator;
 };
 
 }  // namespace
