@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -41,10 +42,25 @@ std::string read_text(const fs::path& path) {
   return text.str();
 }
 
+// The folders of this process, removed when it ends: the tests of other build trees on
+// the same machine may run at the same time, and must not write or remove each
+// other's files.
+struct RunFolder {
+  fs::path dir =
+      fs::path(testing::TempDir()) /
+      ("landxml_store_" +
+       std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
+  ~RunFolder() {
+    std::error_code ignored;
+    fs::remove_all(dir, ignored);
+  }
+};
+
 // A folder of its own for each test, so that a temporary file left anywhere in it
 // shows.
 fs::path fresh_folder(const std::string& name) {
-  const fs::path dir = fs::path(testing::TempDir()) / ("landxml_store_" + name);
+  static const RunFolder run;
+  const fs::path dir = run.dir / name;
   fs::remove_all(dir);
   fs::create_directories(dir);
   return dir;
