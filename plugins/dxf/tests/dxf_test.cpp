@@ -494,17 +494,18 @@ TEST(DxfStore, DeclaresWhatDxfCannotHold) {
          s.set_low_points({tagged, slot});
          s.set_bounded_points({slot});
          s.set_drain_lines({tagged, tagged});
-         s.set_transferred_grading_elements(BendLine, {slot, slot}, {{1, 2}, {}},
-                                            {{1, 2}, {}}, complex);
+         // Three records, three y lists and two x lists: the third element has no x.
+         s.set_transferred_grading_elements(BendLine, {slot, slot, slot}, {{1, 2}, {}},
+                                            {{1, 2}, {}, {3}}, complex);
        },
        {{"LowPoint element records (attribute bytes)", 1},
         {"LowPoint element records (location slots that are no coordinates)", 1},
         {"BoundedPoint element records (location slots that are no coordinates)", 1},
         {"DrainLine element records (attribute bytes)", 2},
         {"DrainLine elements without vertices (not written)", 2},
-        {"BendLine element records (location slots that are no coordinates)", 2},
-        {"BendLine elements without vertices (not written)", 1},
-        {"BendLine elements (complex-element data)", 2}}},
+        {"BendLine element records (location slots that are no coordinates)", 3},
+        {"BendLine elements without vertices (not written)", 2},
+        {"BendLine elements (complex-element data)", 3}}},
       {"an unused and a repeated vertex, triangle records",
        [](gvk_dxf::DxfStore& s) {
          gravok_triangle_info info{};

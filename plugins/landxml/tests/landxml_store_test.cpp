@@ -249,6 +249,14 @@ TEST(LandXmlStoreOutput, RefusesWhatLandXmlCannotHoldNamingTheFirstOffender) {
        "the host version: control character 1 at byte 1"},
       {[](LandXmlStore& s) { s.set_hostcad_version("caf\xe9"); },
        "the host version: byte 3 is not UTF-8"},
+      // Well-formed sequences that are not characters: a surrogate, an overlong form of
+      // four bytes, a value beyond U+10FFFF.
+      {[](LandXmlStore& s) { s.set_hostcad_version("v\xed\xa0\x80"); },
+       "the host version: byte 1 is not UTF-8"},
+      {[](LandXmlStore& s) { s.set_hostcad_version("v\xf0\x8f\xbf\xbf"); },
+       "the host version: byte 1 is not UTF-8"},
+      {[](LandXmlStore& s) { s.set_hostcad_version("v\xf4\x90\x80\x80"); },
+       "the host version: byte 1 is not UTF-8"},
   };
   const fs::path dir = fresh_folder("refused");
   const fs::path path = dir / "site.xml";
