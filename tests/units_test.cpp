@@ -197,6 +197,13 @@ TEST(FindUnit, ByNameAbbreviationAndDocumentedSpellings) {
       {"yards", "yard"},
       {"miles", "mile"},
       {"surveyfeet", "surveyfoot"},
+      {"survey foot", "surveyfoot"},
+      {"survey feet", "surveyfoot"},
+      {"us survey foot", "surveyfoot"},
+      {"us survey feet", "surveyfoot"},
+      {"ussurveyfoot", "surveyfoot"},
+      {"ussurveyfeet", "surveyfoot"},
+      {"arcseconds", "arcsecond"},
   };
   for (const auto& [spelling, name] : spellings) {
     SCOPED_TRACE(spelling);
