@@ -66,6 +66,8 @@ std::wstring units(std::initializer_list<unsigned long> values) {
 void log_surrogates() {
   Log::RegisterConsoleLogger(Log::info);
   Log::Add(Log::info, L"pair " + units({0xD83D, 0xDE00}) + L" end", nullptr, 0, nullptr);
+  Log::Add(Log::info, L"edges " + units({0xD800, 0xDC00, 0x20, 0xDBFF, 0xDFFF}), nullptr,
+           0, nullptr);
   Log::Add(Log::info,
            L"lone " + units({0xD83D}) + L" a " + units({0xDE00, 0xD83D}) + L" " +
                units({0xDBFF}),

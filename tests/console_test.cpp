@@ -159,6 +159,8 @@ TEST(Console, ColoursOnlyTerminalLinesAndSplitsLevelsBetweenStreams) {
       {"surrogates",
        run_child({"surrogates"}, false, false),
        {stamped("pair \xF0\x9F\x98\x80 end"),
+        // The first and the last pair: U+10000 and U+10FFFF.
+        stamped("edges \xF0\x90\x80\x80 \xF4\x8F\xBF\xBF"),
         stamped("lone \xEF\xBF\xBD a \xEF\xBF\xBD\xEF\xBF\xBD \xEF\xBF\xBD"),
         stamped("wide \xF0\x9F\x98\x80 \xEF\xBF\xBD")},
        Lines()},
