@@ -84,7 +84,7 @@ file(WRITE ${d}/bowtie.poly "4 2 0 0\n0 0 0\n1 1 0\n2 0 1\n3 1 1\n4 0\n0 0 1\n1 
 file(WRITE ${d}/rings.poly "6 2 0 0\n0 0 0\n1 1 0\n2 0 1\n3 5 5\n4 6 5\n5 5 6\n6 0\n0 0 1\n1 1 2\n2 2 0\n3 3 4\n4 4 5\n5 5 3\n")
 expect(0 "compared area 1\\.000 units.*net +0\\.333 units" volume ${d}/flat.node ${d}/square.node)
 expect(0 "cut +0\\.444 units.*fill +0\\.111 units.*net +-0\\.333 units" volume ${d}/square.node ${d}/flat.node)
-expect(0 "\"cut\": [0-9.e-]+, \"fill\": [0-9.e-]+, \"net\": 0\\.333[0-9]*, \"cut_area\": [0-9.e-]+, \"fill_area\": [0-9.e-]+, \"area\": 1[,}]"
+expect(0 "\"cut\": [0-9.e-]+, \"fill\": [0-9.e-]+, \"net\": 0\\.333[0-9]*, \"cut_area\": [0-9.e-]+, \"fill_area\": [0-9.e-]+, \"area\": 1,\n \"base_layered_area\""
        volume ${d}/flat.node ${d}/square.node --json)
 expect(0 "inside .*half.poly.*compared area 0\\.500" volume ${d}/flat.node ${d}/square.node --boundary ${d}/half.poly)
 expect(1 "boundary: it is not a simple polygon" volume ${d}/flat.node ${d}/square.node --boundary ${d}/bowtie.poly)

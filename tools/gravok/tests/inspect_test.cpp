@@ -143,3 +143,21 @@ TEST(Inspect, EachPlantedFaultGivesExactlyItsFinding) {
 }
 
 }  // namespace
+
+namespace {
+
+// A setting JSON cannot hold is null, so that the summary stays a JSON document.
+TEST(Inspect, TheJsonSummaryWritesNumbersJsonCannotHoldAsNull) {
+  Problem p = clean_problem();
+  p.max_slope = std::numeric_limits<double>::quiet_NaN();
+  p.min_slope = -HUGE_VAL;
+  p.zorig = 12.5;
+  const std::string json = gravok_tool::summarise_problem_json(p);
+  EXPECT_NE(json.find("\"max_slope\": null, \"min_slope\": null"), std::string::npos)
+      << json;
+  EXPECT_NE(json.find("\"origin\": [0, 0, 12.5]"), std::string::npos) << json;
+  EXPECT_EQ(json.find("nan"), std::string::npos) << json;
+  EXPECT_EQ(json.find("inf"), std::string::npos) << json;
+}
+
+}  // namespace
