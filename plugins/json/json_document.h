@@ -63,8 +63,11 @@ bool read_file(const std::string& path, gvk::Problem& problem, std::string& erro
 
 // Frees the buffers that read_document and read_file keep on the calling thread
 // between reads: the parser's and a copy of the text, together about fifteen times
-// the largest document the thread has read. They are freed at the thread's end anyway;
-// the next read on the thread allocates them again.
+// the largest document of up to 64 MiB the thread has read. They are freed at the
+// thread's end anyway; the next read on the thread allocates them again. A larger
+// document's buffers are not kept: its copy of the text goes as soon as it is parsed
+// and the parser's buffers once the problem is filled, so that a site of millions of
+// triangles is not held twice while it is worked on.
 void release_read_buffers();
 
 }  // namespace gvk_json

@@ -663,8 +663,9 @@ bool DocumentReader::document(element root_element, Problem& p) {
 // What a thread keeps between reads: the parser with its tape, string buffer and index
 // of structural characters, and the padded buffer the text is read into. A fresh
 // buffer costs a page fault per 4 KiB page touched (about 100,000 for a 133 MB
-// document, more time than the parse itself), so they are kept and reused; the
-// memory stays with the thread until release_read_buffers() or the thread's end.
+// document, more time than the parse itself), so they are kept and reused for
+// documents up to kKeptDocumentBytes; the memory stays with the thread until
+// release_read_buffers() or the thread's end.
 struct ReadBuffers {
   simdjson::dom::parser parser;
   std::unique_ptr<char[]> text;
@@ -684,6 +685,11 @@ struct ReadBuffers {
     std::memset(text.get() + size, 0, simdjson::SIMDJSON_PADDING);
     return text.get();
   }
+
+  void release_text() {
+    text.reset();
+    capacity = 0;
+  }
 };
 
 thread_local std::unique_ptr<ReadBuffers> t_buffers;
@@ -693,14 +699,26 @@ ReadBuffers& buffers() {
   return *t_buffers;
 }
 
-// Parses `size` bytes of `text`, followed by simdjson::SIMDJSON_PADDING readable bytes.
-bool parse(simdjson::dom::parser& parser, const char* text, std::size_t size,
-           const std::string& name, Problem& problem, std::string& error) {
+// Documents above this size give their buffers back as soon as each is done with
+// (the text after the parse, the parser's tape after the conversion): for a site of
+// 10^6 triangles and more the copy of the text alone is larger than the problem's
+// arrays, and keeping it for a next read would cost more memory than the page faults
+// it saves cost time.
+constexpr std::size_t kKeptDocumentBytes = std::size_t{64} << 20;
+
+// Parses `size` bytes of the text in `b`, followed by simdjson::SIMDJSON_PADDING
+// readable bytes.
+bool parse(ReadBuffers& b, const char* text, std::size_t size, const std::string& name,
+           Problem& problem, std::string& error) {
+  simdjson::dom::parser& parser = b.parser;
   element root;
   simdjson::error_code code = simdjson::SUCCESS;
   if (parser.capacity() < size || parser.max_depth() != kMaxDepth)
     code = parser.allocate(std::max(size, parser.capacity()), kMaxDepth);
   if (!code) code = parser.parse(text, size, false).get(root);
+  const bool large = size > kKeptDocumentBytes;
+  // The parsed document holds its own copies of the strings and numbers.
+  if (!code && large) b.release_text();
   if (code) {
     std::string place = syntax_error_place({text, size}, kMaxDepth);
     if (!place.empty()) place += ": ";
@@ -712,7 +730,9 @@ bool parse(simdjson::dom::parser& parser, const char* text, std::size_t size,
   }
   problem = Problem();
   DocumentReader reader(error);
-  if (reader.document(root, problem)) return true;
+  const bool read = reader.document(root, problem);
+  if (large) b.parser = simdjson::dom::parser();
+  if (read) return true;
   error.insert(0, name);
   return false;
 }
@@ -728,7 +748,7 @@ bool read_document(std::string_view text, Problem& problem, std::string& error) 
     return false;
   }
   if (!text.empty()) std::memcpy(padded, text.data(), text.size());
-  return parse(b.parser, padded, text.size(), "", problem, error);
+  return parse(b, padded, text.size(), "", problem, error);
 }
 
 bool read_file(const std::string& path, Problem& problem, std::string& error) {
@@ -766,7 +786,7 @@ bool read_file(const std::string& path, Problem& problem, std::string& error) {
     error = path + ": cannot read the file (" + simdjson::error_message(code) + ")";
     return false;
   }
-  return parse(b.parser, padded, size, path + ": ", problem, error);
+  return parse(b, padded, size, path + ": ", problem, error);
 }
 
 void release_read_buffers() { t_buffers.reset(); }
