@@ -101,7 +101,8 @@ void snapshot_surfaces(DataSource& source, HandOverSource* giver, Problem& probl
 
 // Snapshot, taking the meshes from `giver` (the source itself, or null to copy them).
 // With several surfaces the main mesh is copied and only the surfaces' meshes are
-// taken, since the main mesh is one of them and must be asked for first.
+// taken: the main mesh is asked for first, and it is most often one of the surfaces,
+// which must still be there when its turn comes.
 void fill(DataSource& source, HandOverSource* giver, Problem& problem,
           const std::vector<long long>& uids) {
   problem = Problem();
