@@ -216,6 +216,22 @@ TEST(JsonHostileInput, EveryTruncationIsRefusedWithAMessage) {
 // the presets; the environment variable of that name overrides it, as for the
 // library's readers): the reader takes both within the bound, and refuses the same
 // line when it ends inside the string.
+// A document above 64 MiB gives its buffers back during the read: the next read on
+// the same thread, large or small, starts from fresh buffers and reads the same.
+TEST(JsonHostileInput, ReadsAfterALargeDocumentStartAfresh) {
+  const std::string large_name(std::size_t{65} << 20, 'a');
+  const std::string large = document(", \"hostcad_version\": \"" + large_name + "\"");
+  const std::string small = document(", \"hostcad_version\": \"small\"");
+  gvk_json::release_read_buffers();
+  for (const std::string* text : {&large, &large, &small}) {
+    gvk::Problem problem;
+    std::string error;
+    ASSERT_TRUE(gvk_json::read_document(*text, problem, error)) << error.substr(0, 200);
+    EXPECT_EQ(problem.hostcad_version.size(), text == &small ? 5u : large_name.size());
+  }
+  gvk_json::release_read_buffers();
+}
+
 TEST(JsonHostileInput, ALongStringOrLineIsReadWithinItsOwnSize) {
   std::size_t bytes = GRAVOK_LONG_LINE_BYTES;
   if (const char* given = std::getenv("GRAVOK_LONG_LINE_BYTES")) {
