@@ -247,4 +247,9 @@ def open(location):  # noqa: A001 - gravok.open, as the package's reader is name
     likewise), ValueError naming the providers' reasons (the file and the line) when
     they recognise it but cannot read it, or saying that no provider opens it."""
     load_plugins(_once=True)
-    return Problem.from_source(_g.createDataSource(location))
+    # The source is dropped here, so its meshes are taken, not copied: a site of
+    # millions of triangles is not held twice while it is read.
+    source = _g.createDataSource(location)
+    problem = Problem.__new__(Problem)
+    problem._take(_g._take_snapshot(source))
+    return problem

@@ -3,6 +3,7 @@
 // and record classes of the module) and back. The package's Problem class
 // (gravok/_problem.py) holds those values, so that everything a Python program
 // changes in it is its own, and crosses into C++ only when it is saved or handed on.
+#include <gravok/hand_over.h>
 #include <gravok/problem.h>
 
 #include "common.h"
@@ -175,11 +176,16 @@ gvk::Problem from_python(const py::handle& d) {
   return p;
 }
 
-// snapshot of `source`, outside the GIL (a Python source takes it back for its calls).
-gvk::Problem snapshot_of(gvk::DataSource& source) {
+// snapshot of `source`, or take_snapshot when `take`, outside the GIL (a Python source
+// takes it back for its calls).
+gvk::Problem snapshot_of(gvk::DataSource& source, bool take) {
   gvk::Problem problem;
   py::gil_scoped_release unlocked;
-  gvk::snapshot(source, problem);
+  if (take) {
+    gvk::take_snapshot(source, problem);
+  } else {
+    gvk::snapshot(source, problem);
+  }
   return problem;
 }
 
@@ -187,8 +193,15 @@ gvk::Problem snapshot_of(gvk::DataSource& source) {
 
 void bind_problem(py::module_& m) {
   m.def(
-      "_snapshot", [](gvk::DataSource& source) { return to_python(snapshot_of(source)); },
+      "_snapshot",
+      [](gvk::DataSource& source) { return to_python(snapshot_of(source, false)); },
       py::arg("source"), "The problem values of everything `source` answers.");
+  m.def(
+      "_take_snapshot",
+      [](gvk::DataSource& source) { return to_python(snapshot_of(source, true)); },
+      py::arg("source"),
+      "What _snapshot gives, with the meshes taken rather than copied from a source "
+      "that can give them away (gvk::take_snapshot): the source is spent afterwards.");
   m.def(
       "_problem_source",
       [](const py::handle& values) -> std::unique_ptr<gvk::DataSource> {
