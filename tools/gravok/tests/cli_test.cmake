@@ -98,6 +98,11 @@ string(REPLACE "[1.25, 0.75, -0.5, 0.5]" "[2, 2, 2, 2]" raised "${example}")
 file(WRITE ${d}/raised.json "${raised}")
 expect(0 "fill +15416\\.667 m.*Pond 1:\n  compared area 100\\.000 m.*fill +156\\.250 m"
        volume ${d}/example.json ${d}/raised.json --by-element)
+# A top in arcseconds (no length) is taken in the base's unit, not converted.
+string(REPLACE "\"linear\": {\"type\": 2," "\"linear\": {\"type\": 8," arcsec "${raised}")
+file(WRITE ${d}/raised-arcsec.json "${arcsec}")
+expect(0 "compared area 10000\\.000 m.*fill +15416\\.667 m"
+       volume ${d}/example.json ${d}/raised-arcsec.json)
 expect(0 "\"elements\": \\[\n  {\"kind\": \"Pond\", \"number\": 1, \"cut\": 0, \"fill\": 156\\.25"
        volume ${d}/example.json ${d}/raised.json --by-element --json)
 expect(0 "inside .*example.json, Pond 1\ncompared area 100\\.000 m.*fill +156\\.250 m"
