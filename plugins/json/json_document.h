@@ -62,12 +62,14 @@ bool read_document(std::string_view text, gvk::Problem& problem, std::string& er
 bool read_file(const std::string& path, gvk::Problem& problem, std::string& error);
 
 // Frees the buffers that read_document and read_file keep on the calling thread
-// between reads: the parser's and a copy of the text, together about fifteen times
-// the largest document of up to 64 MiB the thread has read. They are freed at the
+// between reads: the parser's and a copy of the text it parsed, together about fifteen
+// times the largest such text of up to 64 MiB the thread has read. The text parsed is
+// the document without its mesh lists, which are read straight into their arrays as
+// the text streams past, so a site's text is not held at all; a document that does not
+// read is parsed whole, lists and all, to name its fault. The buffers are freed at the
 // thread's end anyway; the next read on the thread allocates them again. A larger
-// document's buffers are not kept: its copy of the text goes as soon as it is parsed
-// and the parser's buffers once the problem is filled, so that a site of millions of
-// triangles is not held twice while it is worked on.
+// text's buffers are not kept: its copy goes as soon as it is parsed and the parser's
+// buffers once the problem is filled.
 void release_read_buffers();
 
 }  // namespace gvk_json

@@ -1,10 +1,14 @@
 // Reads a JSON problem document into a Problem (the rules of the format are at the top
-// of json_writer.cpp and in docs/json-format.md). The whole text is parsed first, so
-// syntax errors and nesting deeper than kMaxDepth are found before anything is
-// converted; then every member is checked for its type and range on the way into the
-// records, and the first fault ends the reading with its JSON pointer. Sizes come
+// of json_writer.cpp and in docs/json-format.md). The mesh lists are read into their
+// arrays as the text streams past (json_split.h) and the rest of the text is parsed
+// whole; a document that does not read that way is read again whole, text and all,
+// so that its message is the whole-document reader's. That reader parses the text
+// first, so syntax errors and nesting deeper than kMaxDepth are found before anything
+// is converted; then every member is checked for its type and range on the way into
+// the records, and the first fault ends the reading with its JSON pointer. Sizes come
 // from the parsed text only, so a list never reserves more than the text holds.
 #include "json_document.h"
+#include "json_split.h"
 #include "json_syntax.h"
 
 #include <simdjson.h>
@@ -123,7 +127,8 @@ bool decode_hex4(const unsigned char* digits, unsigned char* out) {
   return true;
 }
 
-// Decodes `count` bytes from exactly 2 * count hex digits; false on any other text.
+}  // namespace
+
 bool decode_hex(std::string_view text, unsigned char* out, std::size_t count) {
   if (text.size() != 2 * count) return false;
   const auto* digits = reinterpret_cast<const unsigned char*>(text.data());
@@ -139,7 +144,6 @@ bool decode_hex(std::string_view text, unsigned char* out, std::size_t count) {
   return invalid < 16;
 }
 
-// "inf", "-inf", "nan" or "nan:0x" and sixteen hex digits of a NaN.
 bool non_finite(std::string_view text, double& out) {
   if (text == "inf" || text == "-inf") {
     out = text[0] == '-' ? -HUGE_VAL : HUGE_VAL;
@@ -156,6 +160,8 @@ bool non_finite(std::string_view text, double& out) {
   std::memcpy(&out, &bits, sizeof out);
   return std::isnan(out);
 }
+
+namespace {
 
 // Empties `out` and reserves `count` elements, `count` being a parsed array's own
 // size, so never more than the text holds; a large new block gets huge pages.
@@ -737,21 +743,8 @@ bool parse(ReadBuffers& b, const char* text, std::size_t size, const std::string
   return false;
 }
 
-}  // namespace
-
-bool read_document(std::string_view text, Problem& problem, std::string& error) {
-  ReadBuffers& b = buffers();
-  char* padded = b.text_buffer(text.size());
-  if (!padded) {
-    error =
-        "not enough memory for a document of " + std::to_string(text.size()) + " bytes";
-    return false;
-  }
-  if (!text.empty()) std::memcpy(padded, text.data(), text.size());
-  return parse(b, padded, text.size(), "", problem, error);
-}
-
-bool read_file(const std::string& path, Problem& problem, std::string& error) {
+// Reads the file whole: the text into one buffer, parsed into a tree, then converted.
+bool read_whole_file(const std::string& path, Problem& problem, std::string& error) {
   ReadBuffers& b = buffers();
   simdjson::error_code code = simdjson::IO_ERROR;
   char* padded = nullptr;
@@ -787,6 +780,86 @@ bool read_file(const std::string& path, Problem& problem, std::string& error) {
     return false;
   }
   return parse(b, padded, size, path + ": ", problem, error);
+}
+
+void take(Mesh& mesh, MeshLists& lists) {
+  if (lists.taken & 1) mesh.x = std::move(lists.x);
+  if (lists.taken & 2) mesh.y = std::move(lists.y);
+  if (lists.taken & 4) mesh.z = std::move(lists.z);
+  if (lists.taken & 8) mesh.triangles = std::move(lists.triangles);
+  if (lists.taken & 16) mesh.triangle_info = std::move(lists.triangle_info);
+}
+
+// Reads the document `in` gives with its mesh lists split off as they stream past
+// (json_split.h), then the rest of it as a whole; false when either gives up, the
+// caller then reads the document whole for the message. Most documents read this way:
+// the split takes every list the writer writes, and a site's text is never held.
+bool read_split(TextInput& in, Problem& problem) {
+  SplitDocument split;
+  if (!split_document(in, kMaxDepth, split)) return false;
+  ReadBuffers& b = buffers();
+  const std::size_t size = split.rest.size();
+  char* padded = b.text_buffer(size);
+  if (!padded) return false;
+  std::memcpy(padded, split.rest.data(), size);
+  std::string().swap(split.rest);
+  simdjson::dom::parser& parser = b.parser;
+  element root;
+  simdjson::error_code code = simdjson::SUCCESS;
+  if (parser.capacity() < size || parser.max_depth() != kMaxDepth)
+    code = parser.allocate(std::max(size, parser.capacity()), kMaxDepth);
+  if (!code) code = parser.parse(padded, size, false).get(root);
+  const bool large = size > kKeptDocumentBytes;
+  if (large) b.release_text();
+  std::string ignored;
+  problem = Problem();
+  bool read = !code && DocumentReader(ignored).document(root, problem);
+  if (large) b.parser = simdjson::dom::parser();
+  if (!read) return false;
+  take(problem.mesh, split.mesh);
+  for (auto& [index, lists] : split.surfaces) {
+    if (index >= problem.surfaces.size()) return false;
+    take(problem.surfaces[index].mesh, lists);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool read_document(std::string_view text, Problem& problem, std::string& error) {
+  {
+    TextInput in(text);
+    if (read_split(in, problem)) return true;
+  }
+  return read_document_whole(text, problem, error);
+}
+
+bool read_document_whole(std::string_view text, Problem& problem, std::string& error) {
+  ReadBuffers& b = buffers();
+  char* padded = b.text_buffer(text.size());
+  if (!padded) {
+    error =
+        "not enough memory for a document of " + std::to_string(text.size()) + " bytes";
+    return false;
+  }
+  if (!text.empty()) std::memcpy(padded, text.data(), text.size());
+  return parse(b, padded, text.size(), "", problem, error);
+}
+
+bool read_file(const std::string& path, Problem& problem, std::string& error) {
+  std::error_code status;
+  if (!std::filesystem::is_directory(path, status)) {
+    if (std::FILE* file = std::fopen(path.c_str(), "rb")) {
+      bool read;
+      {
+        TextInput in(file);
+        read = read_split(in, problem);
+      }
+      std::fclose(file);
+      if (read) return true;
+    }
+  }
+  return read_whole_file(path, problem, error);
 }
 
 void release_read_buffers() { t_buffers.reset(); }

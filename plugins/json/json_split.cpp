@@ -1,0 +1,314 @@
+#include "json_split.h"
+
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <system_error>
+
+namespace gvk_json {
+namespace {
+
+constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
+
+// Where a value sits, as far as the split cares: the document itself, the root's
+// "mesh" or "all_surfaces", one item of "all_surfaces", a mesh, or anywhere else.
+enum class Context { kRoot, kSurfaces, kSurface, kMesh, kOther };
+
+bool is_space(int c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+bool is_digit(int c) { return c >= '0' && c <= '9'; }
+
+// A JSON number's text read as a double, when the whole-document parser is sure to read
+// it as the same double: not for negative zero written as an integer, integers beyond
+// 64 bits (which that parser refuses) and values beyond a double's range.
+bool parse_number(std::string_view t, double& out) {
+  std::size_t i = 0;
+  const auto digits = [&] {
+    const std::size_t start = i;
+    while (i < t.size() && is_digit(t[i])) ++i;
+    return i > start;
+  };
+  if (i < t.size() && t[i] == '-') ++i;
+  if (i < t.size() && t[i] == '0') {
+    ++i;
+  } else if (!digits()) {
+    return false;
+  }
+  bool integral = true;
+  if (i < t.size() && t[i] == '.') {
+    ++i;
+    if (!digits()) return false;
+    integral = false;
+  }
+  if (i < t.size() && (t[i] == 'e' || t[i] == 'E')) {
+    ++i;
+    if (i < t.size() && (t[i] == '+' || t[i] == '-')) ++i;
+    if (!digits()) return false;
+    integral = false;
+  }
+  if (i != t.size()) return false;
+  const char* first = t.data();
+  const char* last = first + t.size();
+  if (integral) {
+    if (t == "-0") return false;
+    std::int64_t as_signed;
+    std::uint64_t as_unsigned;
+    const bool fits = t[0] == '-'
+                          ? std::from_chars(first, last, as_signed).ec == std::errc()
+                          : std::from_chars(first, last, as_unsigned).ec == std::errc();
+    if (!fits) return false;
+  }
+  const auto [end, ec] = std::from_chars(first, last, out);
+  return ec == std::errc() && end == last;
+}
+
+class Splitter {
+ public:
+  Splitter(TextInput& in, std::size_t max_depth, SplitDocument& out)
+      : m_in(in), m_max_depth(max_depth), m_out(out) {}
+
+  bool document() {
+    space();
+    if (!value(1, Context::kRoot, nullptr, 0)) return false;
+    space();
+    return m_in.peek() == -1;
+  }
+
+ private:
+  void space() {
+    while (is_space(m_in.peek())) m_in.next();
+  }
+  // Copies the byte peek() gave into the rest and moves past it.
+  void copy(int c) {
+    m_out.rest.push_back(static_cast<char>(c));
+    m_in.next();
+  }
+
+  bool value(std::size_t depth, Context context, MeshLists* lists, std::size_t index) {
+    const int c = m_in.peek();
+    if (c == '{') return object(depth, context, lists, index);
+    if (c == '[') return array(depth, context);
+    if (c == '"') return string(nullptr);
+    // A literal or a number: its bytes up to the next delimiter, for the
+    // whole-document parser to judge.
+    bool any = false;
+    for (int b = c; b != -1 && !is_space(b) && b != ',' && b != ']' && b != '}' &&
+                    b != ':' && b != '"' && b != '[' && b != '{';
+         b = m_in.peek()) {
+      copy(b);
+      any = true;
+    }
+    return any;
+  }
+
+  // Copies a string; when `key` is given, it receives the string's bytes, or stays
+  // empty when they hold an escape or are too long to be a name the split knows.
+  bool string(std::string* key) {
+    copy('"');
+    bool plain = true;
+    while (true) {
+      const int c = m_in.peek();
+      if (c == -1) return false;
+      copy(c);
+      if (c == '"') break;
+      if (c == '\\') {
+        plain = false;
+        const int escaped = m_in.peek();
+        if (escaped == -1) return false;
+        copy(escaped);
+      } else if (key && plain && key->size() < 16) {
+        key->push_back(static_cast<char>(c));
+      } else {
+        plain = false;
+      }
+    }
+    if (key && !plain) key->clear();
+    return true;
+  }
+
+  bool object(std::size_t depth, Context context, MeshLists* lists, std::size_t index) {
+    if (depth > m_max_depth) return false;
+    copy('{');
+    space();
+    if (m_in.peek() == '}') return copy('}'), true;
+    std::string key;
+    while (true) {
+      key.clear();
+      if (m_in.peek() != '"' || !string(&key)) return false;
+      space();
+      if (m_in.peek() != ':') return false;
+      copy(':');
+      space();
+      bool read;
+      if (context == Context::kRoot && key == "mesh") {
+        read = value(depth + 1, Context::kMesh, &m_out.mesh, 0);
+      } else if (context == Context::kRoot && key == "all_surfaces") {
+        read = value(depth + 1, Context::kSurfaces, nullptr, 0);
+      } else if (context == Context::kSurface && key == "mesh") {
+        m_out.surfaces.emplace_back(index, MeshLists());
+        read = value(depth + 1, Context::kMesh, &m_out.surfaces.back().second, 0);
+      } else if (context == Context::kMesh && m_in.peek() == '[') {
+        read = mesh_list(depth + 1, key, *lists);
+      } else {
+        read = value(depth + 1, Context::kOther, nullptr, 0);
+      }
+      if (!read) return false;
+      space();
+      const int c = m_in.peek();
+      if (c == '}') return copy(c), true;
+      if (c != ',') return false;
+      copy(c);
+      space();
+    }
+  }
+
+  bool array(std::size_t depth, Context context) {
+    if (depth > m_max_depth) return false;
+    copy('[');
+    space();
+    if (m_in.peek() == ']') return copy(']'), true;
+    for (std::size_t i = 0;; ++i) {
+      const Context item =
+          context == Context::kSurfaces ? Context::kSurface : Context::kOther;
+      if (!value(depth + 1, item, nullptr, i)) return false;
+      space();
+      const int c = m_in.peek();
+      if (c == ']') return copy(c), true;
+      if (c != ',') return false;
+      copy(c);
+      space();
+    }
+  }
+
+  // A mesh member whose value is an array: one of the five lists is read into `lists`
+  // and left in the rest as [], any other member is copied.
+  bool mesh_list(std::size_t depth, const std::string& key, MeshLists& lists) {
+    bool read = false;
+    if (key == "x") {
+      read = list(lists.x, &Splitter::coordinate);
+    } else if (key == "y") {
+      read = list(lists.y, &Splitter::coordinate);
+    } else if (key == "z") {
+      read = list(lists.z, &Splitter::coordinate);
+    } else if (key == "triangles") {
+      read = list(lists.triangles, &Splitter::triangle);
+    } else if (key == "triangle_info") {
+      read = list(lists.triangle_info, &Splitter::record);
+    } else {
+      return value(depth, Context::kOther, nullptr, 0);
+    }
+    static const char* const kNames[] = {"x", "y", "z", "triangles", "triangle_info"};
+    for (unsigned k = 0; k < 5; ++k)
+      if (key == kNames[k]) lists.taken |= 1u << k;
+    m_out.rest += "[]";
+    return read;
+  }
+
+  // Reads a list's items with `item`, which reads one item from the bytes it is given
+  // and returns the byte after it, or nullptr when the item is not in the form taken.
+  // An item is looked at whole in the input's block; one longer than kItemBytes (with
+  // its blanks) is given up on.
+  template <class T>
+  bool list(std::vector<T>& out, const char* (*item)(const char*, const char*, T&)) {
+    out.clear();
+    m_in.next();  // '['
+    space();
+    if (m_in.peek() == ']') return m_in.next(), true;
+    while (true) {
+      m_in.ensure(kItemBytes);
+      out.emplace_back();
+      const char* after = item(m_in.cursor(), m_in.limit(), out.back());
+      if (!after) return false;
+      m_in.advance(after);
+      space();
+      const int c = m_in.peek();
+      if (c != ']' && c != ',') return false;
+      m_in.next();
+      if (c == ']') return true;
+      space();
+    }
+  }
+
+  static constexpr std::size_t kItemBytes = 4096;
+
+  static const char* skip_space(const char* p, const char* end) {
+    while (p != end && is_space(static_cast<unsigned char>(*p))) ++p;
+    return p;
+  }
+
+  static const char* coordinate(const char* p, const char* end, double& out) {
+    const char* start = p;
+    if (p != end && *p == '"') {
+      ++start;
+      for (++p; p != end && *p != '"'; ++p) {
+        const unsigned char c = static_cast<unsigned char>(*p);
+        if (!((c >= 'a' && c <= 'z') || is_digit(c) || c == ':' || c == '-'))
+          return nullptr;
+      }
+      if (p == end || !non_finite({start, static_cast<std::size_t>(p - start)}, out))
+        return nullptr;
+      return p + 1;
+    }
+    while (p != end && (is_digit(static_cast<unsigned char>(*p)) || *p == '-' ||
+                        *p == '+' || *p == '.' || *p == 'e' || *p == 'E'))
+      ++p;
+    if (p == end || p == start ||
+        !parse_number({start, static_cast<std::size_t>(p - start)}, out))
+      return nullptr;
+    return p;
+  }
+
+  static const char* triangle(const char* p, const char* end, gvk::Triangle& out) {
+    if (p == end || *p != '[') return nullptr;
+    ++p;
+    for (std::size_t k = 0; k < 3; ++k) {
+      p = skip_space(p, end);
+      const char* start = p;
+      while (p != end && is_digit(static_cast<unsigned char>(*p))) ++p;
+      if (p == start || (p - start > 1 && *start == '0')) return nullptr;
+      const auto [stop, ec] = std::from_chars(start, p, out[k]);
+      if (ec != std::errc() || stop != p) return nullptr;
+      p = skip_space(p, end);
+      if (p == end || *p != (k == 2 ? ']' : ',')) return nullptr;
+      ++p;
+    }
+    return p;
+  }
+
+  static const char* record(const char* p, const char* end, gravok_triangle_info& out) {
+    constexpr std::size_t kDigits = 2 * sizeof out.data;
+    if (end - p < static_cast<std::ptrdiff_t>(kDigits + 2) || p[0] != '"' ||
+        p[kDigits + 1] != '"' || !decode_hex({p + 1, kDigits}, out.data, sizeof out.data))
+      return nullptr;
+    return p + kDigits + 2;
+  }
+
+  TextInput& m_in;
+  std::size_t m_max_depth;
+  SplitDocument& m_out;
+};
+
+}  // namespace
+
+TextInput::TextInput(std::FILE* file)
+    : m_at(nullptr), m_end(nullptr), m_file(file), m_block(new char[kBlockBytes]) {}
+
+bool TextInput::refill() { return ensure(1) > 0; }
+
+std::size_t TextInput::ensure(std::size_t count) {
+  std::size_t held = static_cast<std::size_t>(m_end - m_at);
+  if (held >= count || !m_file) return held;
+  if (held) std::memmove(m_block.get(), m_at, held);
+  held += std::fread(m_block.get() + held, 1, kBlockBytes - held, m_file);
+  m_at = m_block.get();
+  m_end = m_at + held;
+  return held;
+}
+
+bool TextInput::failed() const { return m_file && std::ferror(m_file); }
+
+bool split_document(TextInput& in, std::size_t max_depth, SplitDocument& out) {
+  out = SplitDocument();
+  return Splitter(in, max_depth, out).document() && !in.failed();
+}
+
+}  // namespace gvk_json
