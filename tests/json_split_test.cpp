@@ -2,7 +2,8 @@
 // rest whole; a document it cannot split that way is read whole. Either way the
 // outcome must be the one the whole-document reader gives: the same problem, or the
 // same message. These tests hold the two against each other, from memory and from
-// files read a block at a time, and check that the writer's documents are split.
+// files read a block at a time, and check that the writer's documents are split and
+// that a file written a block at a time holds the document's bytes.
 #include "json_split.h"
 #include "json_document.h"
 
@@ -11,6 +12,7 @@
 #include <climits>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <vector>
@@ -254,6 +256,26 @@ TEST(JsonSplit, TakesEveryListOfTheWritersDocuments) {
   ASSERT_TRUE(whole.ok);
   EXPECT_EQ(read_from_file(text).text, whole.text);
   EXPECT_EQ(whole.text, text);
+}
+
+// write_file passes the document on to the file a block at a time: the file holds the
+// bytes write_document gives, for a site whose lists cross many blocks and element
+// lists longer than a block.
+TEST(JsonSplit, WriteFileWritesWhatWriteDocumentGives) {
+  Problem p = site(300);
+  gvk::ElementSet& drains = p.elements[DrainLine];
+  drains.records.resize(3);
+  drains.xs = {std::vector<double>(200000, 0.25), {}, {1.0}};
+  drains.ys = drains.xs;
+  std::string text;
+  gvk_json::write_document(p, text);
+  ASSERT_GT(text.size(), std::size_t{6} << 20);
+  const std::string path = temporary_path("written");
+  gvk_json::write_file(p, path);
+  std::ifstream in(path, std::ios::binary);
+  const std::string written{std::istreambuf_iterator<char>(in), {}};
+  std::remove(path.c_str());
+  EXPECT_TRUE(written == text);
 }
 
 }  // namespace

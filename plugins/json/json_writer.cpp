@@ -11,6 +11,7 @@
 
 #include <gravok/element_types.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -26,6 +27,21 @@ using gvk::Mesh;
 using gvk::Problem;
 using gvk::StoredUnit;
 
+constexpr std::size_t kSpillBytes = std::size_t{1} << 20;
+
+// The text being written: a string, and when a file is being written, the file it is
+// passed on to a block at a time, so that a site's document is never held whole.
+struct Text : std::string {
+  std::FILE* file = nullptr;
+
+  // Passes what is written so far on to the file, once it is a block's worth.
+  void spill() {
+    if (!file || size() < kSpillBytes) return;
+    std::fwrite(data(), 1, size(), file);
+    clear();
+  }
+};
+
 char* put_hex(char* p, const unsigned char* bytes, std::size_t count) {
   static const char kDigits[] = "0123456789abcdef";
   for (std::size_t i = 0; i < count; ++i) {
@@ -35,14 +51,14 @@ char* put_hex(char* p, const unsigned char* bytes, std::size_t count) {
   return p;
 }
 
-void put_hex(std::string& out, const unsigned char* bytes, std::size_t count) {
+void put_hex(Text& out, const unsigned char* bytes, std::size_t count) {
   const std::size_t at = out.size();
   out.resize(at + 2 * count);
   put_hex(&out[at], bytes, count);
 }
 
 template <class Integer>
-void put_integer(std::string& out, Integer value) {
+void put_integer(Text& out, Integer value) {
   char text[24];
   out.append(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
@@ -80,7 +96,7 @@ char* put_double(char* p, double value) {
   return end;
 }
 
-void put_double(std::string& out, double value) {
+void put_double(Text& out, double value) {
   char text[kMaxDoubleText];
   out.append(text, put_double(text, value));
 }
@@ -110,7 +126,7 @@ bool is_utf8(const std::string& text) {
   return true;
 }
 
-void put_string(std::string& out, const std::string& text) {
+void put_string(Text& out, const std::string& text) {
   if (!is_utf8(text)) {
     out += "{\"bytes\": \"";
     put_hex(out, reinterpret_cast<const unsigned char*>(text.data()), text.size());
@@ -133,24 +149,35 @@ void put_string(std::string& out, const std::string& text) {
   out += '"';
 }
 
-// Large lists are written straight into the string: room for the longest text of
-// every value first, cut to what was written at the end.
-void put_doubles(std::string& out, const std::vector<double>& values) {
-  const std::size_t at = out.size();
-  out.resize(at + 2 + values.size() * (kMaxDoubleText + 1));
-  char* const start = &out[at];
-  char* p = start;
-  *p++ = '[';
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (i) *p++ = ',';
-    p = put_double(p, values[i]);
+// Large lists are written straight into the string, a chunk of items at a time: room
+// for the longest text of every item of the chunk (`max_text` characters, and a comma)
+// first, cut to what `put_item(p, i)` wrote, then spilled.
+template <class PutItem>
+void put_items(Text& out, std::size_t count, std::size_t max_text, PutItem put_item) {
+  constexpr std::size_t kChunkItems = 8192;
+  for (std::size_t first = 0; first < count; first += kChunkItems) {
+    const std::size_t last = std::min(count, first + kChunkItems);
+    const std::size_t at = out.size();
+    out.resize(at + (last - first) * (max_text + 1));
+    char* p = &out[at];
+    for (std::size_t i = first; i < last; ++i) {
+      if (i) *p++ = ',';
+      p = put_item(p, i);
+    }
+    out.resize(static_cast<std::size_t>(p - out.data()));
+    out.spill();
   }
-  *p++ = ']';
-  out.resize(at + static_cast<std::size_t>(p - start));
+}
+
+void put_doubles(Text& out, const std::vector<double>& values) {
+  out += '[';
+  put_items(out, values.size(), kMaxDoubleText,
+            [&](char* p, std::size_t i) { return put_double(p, values[i]); });
+  out += ']';
 }
 
 template <class Integer>
-void put_integers(std::string& out, const std::vector<Integer>& values) {
+void put_integers(Text& out, const std::vector<Integer>& values) {
   out += '[';
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (i) out += ',';
@@ -161,14 +188,15 @@ void put_integers(std::string& out, const std::vector<Integer>& values) {
 
 // A list of lists, one inner list per line at `indent`.
 template <class Put, class T>
-void put_lists(std::string& out, const std::vector<std::vector<T>>& lists,
-               const char* indent, Put put) {
+void put_lists(Text& out, const std::vector<std::vector<T>>& lists, const char* indent,
+               Put put) {
   if (lists.empty()) return void(out += "[]");
   out += '[';
   for (std::size_t i = 0; i < lists.size(); ++i) {
     out += i ? ",\n" : "\n";
     out += indent;
     put(out, lists[i]);
+    out.spill();
   }
   out += '\n';
   out.append(indent, std::strlen(indent) - 2);
@@ -177,23 +205,19 @@ void put_lists(std::string& out, const std::vector<std::vector<T>>& lists,
 
 // Opaque records (objectives, triangle information) as one hex string each.
 template <class Record>
-void put_block_list(std::string& out, const std::vector<Record>& records) {
-  constexpr std::size_t kText = 2 * sizeof(Record::data) + 3;  // "hex" and a comma
-  const std::size_t at = out.size();
-  out.resize(at + 2 + records.size() * kText);
-  char* p = &out[at];
-  *p++ = '[';
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    if (i) *p++ = ',';
-    *p++ = '"';
-    p = put_hex(p, records[i].data, sizeof records[i].data);
-    *p++ = '"';
-  }
-  *p++ = ']';
-  out.resize(static_cast<std::size_t>(p - out.data()));
+void put_block_list(Text& out, const std::vector<Record>& records) {
+  out += '[';
+  put_items(out, records.size(), 2 * sizeof(Record::data) + 2,
+            [&](char* p, std::size_t i) {
+              *p++ = '"';
+              p = put_hex(p, records[i].data, sizeof records[i].data);
+              *p++ = '"';
+              return p;
+            });
+  out += ']';
 }
 
-void put_unit(std::string& out, const char* role, const StoredUnit& unit) {
+void put_unit(Text& out, const char* role, const StoredUnit& unit) {
   out += "    \"";
   out += role;
   out += "\": {\"type\": ";
@@ -209,7 +233,7 @@ void put_unit(std::string& out, const char* role, const StoredUnit& unit) {
   out += '}';
 }
 
-void put_units(std::string& out, const Problem& problem) {
+void put_units(Text& out, const Problem& problem) {
   out += "  \"units\": {\n";
   put_unit(out, "linear", problem.linear_unit);
   out += ",\n";
@@ -219,13 +243,13 @@ void put_units(std::string& out, const Problem& problem) {
   out += "\n  },\n";
 }
 
-void put_member(std::string& out, const char* name) {
+void put_member(Text& out, const char* name) {
   out += "    \"";
   out += name;
   out += "\": ";
 }
 
-void put_settings(std::string& out, const Problem& p) {
+void put_settings(Text& out, const Problem& p) {
   out += "  \"settings\": {\n";
   put_member(out, "fix_boundary");
   out += p.fix_boundary ? "true" : "false";
@@ -262,7 +286,7 @@ void put_settings(std::string& out, const Problem& p) {
 }
 
 // Ids and names are parallel lists; a host may give more of one than of the other.
-void put_surfaces(std::string& out, const Problem& p) {
+void put_surfaces(Text& out, const Problem& p) {
   out += "  \"surfaces\": {\"ids\": ";
   put_integers(out, p.surface_ids);
   out += ", \"names\": [";
@@ -273,7 +297,7 @@ void put_surfaces(std::string& out, const Problem& p) {
   out += "]},\n";
 }
 
-void put_break_lines(std::string& out, const std::vector<gravok_line_3d>& lines) {
+void put_break_lines(Text& out, const std::vector<gravok_line_3d>& lines) {
   out += "  \"break_lines\": [";
   for (std::size_t i = 0; i < lines.size(); ++i) {
     const gravok_line_3d& l = lines[i];
@@ -283,7 +307,7 @@ void put_break_lines(std::string& out, const std::vector<gravok_line_3d>& lines)
   out += lines.empty() ? "]" : "\n  ]";
 }
 
-void put_mesh(std::string& out, const Mesh& mesh) {
+void put_mesh(Text& out, const Mesh& mesh) {
   out += "  \"mesh\": {\n    \"x\": ";
   put_doubles(out, mesh.x);
   out += ",\n    \"y\": ";
@@ -291,13 +315,8 @@ void put_mesh(std::string& out, const Mesh& mesh) {
   out += ",\n    \"z\": ";
   put_doubles(out, mesh.z);
   out += ",\n    \"triangles\": [";
-  const std::size_t at = out.size();
-  out.resize(at + mesh.triangles.size() * kMaxTriangleText);
-  char* const start = &out[at];
-  char* p = start;
-  for (std::size_t i = 0; i < mesh.triangles.size(); ++i) {
+  put_items(out, mesh.triangles.size(), kMaxTriangleText, [&](char* p, std::size_t i) {
     const gvk::Triangle& t = mesh.triangles[i];
-    if (i) *p++ = ',';
     *p++ = '[';
     p = std::to_chars(p, p + 20, t[0]).ptr;
     *p++ = ',';
@@ -305,8 +324,8 @@ void put_mesh(std::string& out, const Mesh& mesh) {
     *p++ = ',';
     p = std::to_chars(p, p + 20, t[2]).ptr;
     *p++ = ']';
-  }
-  out.resize(at + static_cast<std::size_t>(p - start));
+    return p;
+  });
   out += "],\n    \"triangle_info\": ";
   put_block_list(out, mesh.triangle_info);
   out += "\n  }";
@@ -318,7 +337,7 @@ bool all_zero(const unsigned char* bytes, std::size_t count) {
   return true;
 }
 
-void put_record(std::string& out, const gravok_grading_element& e) {
+void put_record(Text& out, const gravok_grading_element& e) {
   out += "{\"location\": [";
   for (int i = 0; i < 6; ++i) {
     if (i) out += ',';
@@ -340,7 +359,7 @@ void put_record(std::string& out, const gravok_grading_element& e) {
 
 constexpr const char* kListIndent = "          ";
 
-void put_complex_list(std::string& out, bool& first, const char* name,
+void put_complex_list(Text& out, bool& first, const char* name,
                       const std::vector<std::vector<double>>& lists) {
   if (lists.empty()) return;
   out += first ? "\n        \"" : ",\n        \"";
@@ -350,7 +369,7 @@ void put_complex_list(std::string& out, bool& first, const char* name,
   put_lists(out, lists, kListIndent, put_doubles);
 }
 
-void put_complex(std::string& out, const gvk::DataSource::ComplexElementData& c) {
+void put_complex(Text& out, const gvk::DataSource::ComplexElementData& c) {
   out += ",\n      \"complex\": {";
   bool first = true;
   put_complex_list(out, first, "double_lists_1", c.double_lists_1);
@@ -378,7 +397,7 @@ bool has_complex(const ElementSet& set) {
   return !is_empty(bare);
 }
 
-void put_element_set(std::string& out, GradingElementType kind, const ElementSet& set) {
+void put_element_set(Text& out, GradingElementType kind, const ElementSet& set) {
   out += "    \"";
   std::string name = element_kind_name(kind);
   out += name;
@@ -396,7 +415,7 @@ void put_element_set(std::string& out, GradingElementType kind, const ElementSet
   out += "\n    }";
 }
 
-void put_elements(std::string& out, const Problem& p) {
+void put_elements(Text& out, const Problem& p) {
   out += "  \"elements\": {";
   bool first = true;
   for (const auto& [kind, set] : p.elements) {
@@ -409,7 +428,7 @@ void put_elements(std::string& out, const Problem& p) {
 }
 
 // Every surface with its mesh and break lines, when the problem holds several.
-void put_all_surfaces(std::string& out, const std::vector<gvk::Surface>& surfaces) {
+void put_all_surfaces(Text& out, const std::vector<gvk::Surface>& surfaces) {
   out += ",\n  \"all_surfaces\": [";
   for (std::size_t i = 0; i < surfaces.size(); ++i) {
     const gvk::Surface& s = surfaces[i];
@@ -427,7 +446,7 @@ void put_all_surfaces(std::string& out, const std::vector<gvk::Surface>& surface
 }
 
 // Writes `"name": text` after `separator` when the text is not empty.
-void put_text_member(std::string& out, const char*& separator, const char* name,
+void put_text_member(Text& out, const char*& separator, const char* name,
                      const std::string& text) {
   if (text.empty()) return;
   out += separator;
@@ -439,7 +458,7 @@ void put_text_member(std::string& out, const char*& separator, const char* name,
 }
 
 // The parts of the description that are known; empty text is left out.
-void put_description(std::string& out, const gvk::ProblemDescription& d) {
+void put_description(Text& out, const gvk::ProblemDescription& d) {
   const gvk::CoordinateSystem& c = d.coordinate_system;
   out += ",\n  \"description\": {\n    \"coordinate_system\": {";
   const char* separator = "";
@@ -468,7 +487,7 @@ void put_description(std::string& out, const gvk::ProblemDescription& d) {
   out += "]\n  }";
 }
 
-void put_guids(std::string& out, const Problem& p) {
+void put_guids(Text& out, const Problem& p) {
   out += "  \"guids\": {\"valid\": ";
   out += p.guids_valid ? "true" : "false";
   out += ", \"map\": [";
@@ -489,13 +508,7 @@ bool needs_version_2(const Problem& p) {
   return !p.surfaces.empty() || !is_empty(p.description);
 }
 
-}  // namespace
-
-void write_document(const Problem& p, std::string& out) {
-  out.clear();
-  // About what a mesh takes, so that a large document grows once or twice.
-  out.reserve(4096 + 24 * (p.mesh.x.size() * 3 + p.mesh.triangles.size() * 4) +
-              84 * p.mesh.triangle_info.size());
+void write(const Problem& p, Text& out) {
   out += "{\n  \"format\": \"";
   out += kFormatName;
   out += "\",\n  \"version\": ";
@@ -522,11 +535,27 @@ void write_document(const Problem& p, std::string& out) {
   out += "\n}\n";
 }
 
+}  // namespace
+
+void write_document(const Problem& p, std::string& out) {
+  Text text;
+  text.swap(out);
+  text.clear();
+  // About what a mesh takes, so that a large document grows once or twice.
+  text.reserve(4096 + 24 * (p.mesh.x.size() * 3 + p.mesh.triangles.size() * 4) +
+               84 * p.mesh.triangle_info.size());
+  write(p, text);
+  text.swap(out);
+}
+
 void write_file(const Problem& problem, const std::string& path) {
-  std::string text;
-  write_document(problem, text);
-  gvk::replace_file(
-      path, [&](std::FILE* file) { std::fwrite(text.data(), 1, text.size(), file); });
+  gvk::replace_file(path, [&](std::FILE* file) {
+    Text text;
+    text.file = file;
+    text.reserve(2 * kSpillBytes);
+    write(problem, text);
+    std::fwrite(text.data(), 1, text.size(), file);
+  });
 }
 
 }  // namespace gvk_json
