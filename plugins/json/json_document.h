@@ -44,7 +44,9 @@ void write_document(const gvk::Problem& problem, std::string& out);
 // std::system_error "cannot write PATH" with the system's reason ("cannot write
 // site.json: No space left on device"); `path` is then unchanged. A JSON document holds
 // every value a problem can hold (NaN and infinities as strings, text that is not
-// UTF-8 as bytes), so nothing is refused for its content.
+// UTF-8 as bytes), so nothing is refused for its content. The document is passed on
+// to the file a megabyte at a time, never held whole; the file holds the bytes
+// write_document gives.
 void write_file(const gvk::Problem& problem, const std::string& path);
 
 // Reads a document into `problem`. On success returns true and `problem` holds
