@@ -3,6 +3,7 @@
 #include <expat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -12,6 +13,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <system_error>
 #include <unordered_map>
 
@@ -339,23 +341,292 @@ class Reader {
     return true;
   }
 
-  // The bytes to give the parser next: what parse_buffer takes at most.
+  // The bytes to read next: the parser takes them a slice at a time.
   std::size_t slice() const { return m_slice; }
-  void* buffer(std::size_t size) {
-    return XML_GetBuffer(m_parser, static_cast<int>(size));
+
+  // Reads the next `size` bytes at `text` (`last` for the final ones) as parse() does,
+  // but reads the plain <P> and <F> elements of the <Pnts> and <Faces> being read
+  // itself, calling the handlers as the parser would, and the parser is given the
+  // rest: expat's tokenizer is most of the time of a large file, and nearly all of a
+  // site's text is those two lists. A plain element is one whose every byte the
+  // parser would pass on unchanged: `<P id="12">1 2 3</P>` with attributes of plain
+  // names and values, text without references, CDATA or carriage returns, all of it
+  // ASCII. Everything else, and everything after a DOCTYPE (which could give the
+  // elements default attributes), goes to the parser. The lines the elements take are
+  // given to the parser as line breaks, so that its lines stay the file's.
+  //
+  // `kept` receives how many bytes at the end of the text were not read (the start of
+  // an element or of a markup that does not end in it; never more than kMostKept);
+  // the caller passes them again at the front of the next call. None when `last`.
+  bool read(const char* text, std::size_t size, bool last, std::size_t& kept) {
+    const char* p = text;
+    const char* fed = text;
+    const char* const end = text + size;
+    kept = 0;
+    if (!m_scan_checked && (size >= 2 || last)) {
+      // Text that is not ASCII-compatible (UTF-16) is the parser's alone.
+      m_scan_checked = true;
+      if (size < 2 || text[0] == '\0' || text[1] == '\0' ||
+          static_cast<unsigned char>(text[0]) >= 0xFE)
+        m_lex = Lex::kOff;
+    }
+    while (p != end && m_lex != Lex::kOff) {
+      const char* from = p;
+      if (m_lex == Lex::kText) {
+        const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
+        p = lt ? static_cast<const char*>(lt) : end;
+        count_lines(from, p);
+        // The parser has read all of the text it was given only when that text is
+        // blank: it keeps back a character cut short and a reference without its ';',
+        // and a carriage return, to see whether a line feed follows.
+        if (from != p)
+          m_text_blank = m_text_blank && std::all_of(from, p, is_space) && p[-1] != '\r';
+        if (p == end) break;
+        // Up to nine bytes tell which markup this is.
+        if (end - p < 9 && !last) break;
+        if (starts(p, end, "<!--")) {
+          m_lex = Lex::kComment;
+        } else if (starts(p, end, "<![CDATA[")) {
+          m_lex = Lex::kCdata;
+        } else if (starts(p, end, "<?")) {
+          m_lex = Lex::kInstruction;
+        } else if (starts(p, end, "<!")) {
+          m_lex = Lex::kOff;  // a DOCTYPE
+        } else {
+          if (m_text_blank && end - p > 2 && (p[1] == 'P' || p[1] == 'F') &&
+              (p[2] == '>' || is_space(p[2]))) {
+            if (!feed(fed, p, false)) return false;
+            fed = p;
+            bool more = false;
+            const char* after = read_plain_elements(p, end, last, more);
+            if (m_failed) return false;
+            if (after != p || more) {
+              p = fed = after;
+              m_text_blank = true;
+              if (more) break;
+              continue;
+            }
+          }
+          m_lex = Lex::kTag;
+          m_quote = 0;
+        }
+        ++p;
+        continue;
+      }
+      if (m_lex == Lex::kTag) {
+        for (; p != end; ++p) {
+          const char c = *p;
+          if (m_quote) {
+            if (c == m_quote) m_quote = 0;
+          } else if (c == '"' || c == '\'') {
+            m_quote = c;
+          } else if (c == '>') {
+            m_lex = Lex::kText;
+            m_text_blank = true;
+            ++p;
+            break;
+          }
+        }
+        count_lines(from, p);
+        continue;
+      }
+      // A comment, CDATA section or processing instruction: up to its end, or up to
+      // the bytes at the end of the text that may begin it.
+      const char* close = m_lex == Lex::kComment ? "-->"
+                          : m_lex == Lex::kCdata ? "]]>"
+                                                 : "?>";
+      const std::size_t length = std::strlen(close);
+      const char* found = std::search(p, end, close, close + length);
+      if (found != end) {
+        p = found + length;
+        m_lex = Lex::kText;
+        m_text_blank = true;
+      } else {
+        p = end - std::min<std::size_t>(length - 1, static_cast<std::size_t>(end - p));
+        if (last) p = end;
+      }
+      count_lines(from, p);
+      if (found == end) break;
+    }
+    if (m_lex == Lex::kOff || last) p = end;
+    kept = static_cast<std::size_t>(end - p);
+    return feed(fed, p, last);
   }
 
-  // Parses `size` bytes that are already in the parser's buffer.
-  bool parse_buffer(std::size_t size, bool last) {
-    const std::size_t events = m_events;
-    if (XML_ParseBuffer(m_parser, static_cast<int>(size), last) != XML_STATUS_OK) {
-      return failed();
-    }
-    fed(size, events);
-    return true;
-  }
+  static constexpr std::size_t kMostKept = 64 * 1024;
 
  private:
+  // Where the scan of read() stands in the markup, between calls.
+  enum class Lex : unsigned char { kText, kTag, kComment, kCdata, kInstruction, kOff };
+
+  static bool starts(const char* p, const char* end, const char* with) {
+    const std::size_t length = std::strlen(with);
+    return static_cast<std::size_t>(end - p) >= length &&
+           std::memcmp(p, with, length) == 0;
+  }
+
+  // Counts the line breaks from `from` to `to` as the parser does: "\r\n", "\r" and
+  // "\n" each end a line.
+  void count_lines(const char* from, const char* to) {
+    if (from == to) return;
+    if (m_after_cr && *from == '\n') ++from;
+    m_line += static_cast<unsigned long>(std::count(from, to, '\n'));
+    for (const char* cr = from;
+         (cr = static_cast<const char*>(
+              std::memchr(cr, '\r', static_cast<std::size_t>(to - cr)))) != nullptr;) {
+      if (++cr == to || *cr != '\n') ++m_line;
+      if (cr == to) break;
+    }
+    m_after_cr = to[-1] == '\r';
+  }
+
+  // Gives the parser the line breaks of the elements read since, then the text from
+  // `from` to `to`.
+  bool feed(const char* from, const char* to, bool last) {
+    static const std::string kBreaks(4096, '\n');
+    while (m_breaks_owed > 0) {
+      const std::size_t n = std::min(m_breaks_owed, kBreaks.size());
+      m_breaks_owed -= n;
+      if (!parse(kBreaks.data(), n, false)) return false;
+    }
+    return (from == to && !last) ||
+           parse(from, static_cast<std::size_t>(to - from), last);
+  }
+
+  // Reads plain elements of the list being read from `p` on, with the blanks between
+  // them; returns where it stopped (`p` when the first is not one). `more` is set when
+  // an element may be plain but does not end before `end`.
+  const char* read_plain_elements(const char* p, const char* end, bool last, bool& more) {
+    if (m_failed || m_skipped_from != 0 || m_kinds.empty()) return p;
+    const Kind list = m_kinds.back();
+    if (list != Kind::kPnts && list != Kind::kFaces) return p;
+    const char tag = list == Kind::kPnts ? 'P' : 'F';
+    const char name[2] = {tag, '\0'};
+    // The lines of what is read here are owed to the parser.
+    const unsigned long first_line = m_line;
+    const auto owe = [&] { m_breaks_owed += m_line - first_line; };
+    const char* q = p;
+    while (true) {
+      const char* blanks = q;
+      while (q != end && is_space(*q)) ++q;
+      if (q == end || *q != '<') {
+        count_lines(blanks, q);
+        owe();
+        return q;
+      }
+      const char* after = plain_element(q, end, tag);
+      if (!after) {
+        // The blanks before it stay with it: the parser is given them.
+        more =
+            !last && m_plain_so_far && static_cast<std::size_t>(end - blanks) < kMostKept;
+        owe();
+        return blanks;
+      }
+      count_lines(blanks, q);
+      m_fast_line = m_line;
+      m_in_fast = true;
+      const char** atts = m_fast_atts.data();
+      on_start(this, name, atts);
+      if (m_fast_text_size)
+        on_text(this, m_fast_text, static_cast<int>(m_fast_text_size));
+      on_end(this, name);
+      m_in_fast = false;
+      count_lines(q, after);
+      q = after;
+      if (m_failed) return owe(), q;
+    }
+  }
+
+  static bool is_name_start(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+  }
+  static bool is_name(char c) {
+    return is_name_start(c) || (c >= '0' && c <= '9') || c == '.' || c == '-';
+  }
+  // A byte the parser passes on unchanged in text and attribute values.
+  static bool is_plain(char c) {
+    return (c >= 0x20 && c < 0x7f && c != '<' && c != '&') || c == '\t' || c == '\n';
+  }
+
+  // The element <TAG ...>text</TAG> at `p` when it is plain: its attributes go to
+  // m_fast_atts (names and values in m_fast_strings) and its text to m_fast_text, and
+  // the byte after it is returned. nullptr otherwise, with m_plain_so_far saying
+  // whether the text ran out before anything that is not plain was seen.
+  const char* plain_element(const char* p, const char* end, char tag) {
+    m_plain_so_far = false;
+    if (end - p < 3) return m_plain_so_far = true, nullptr;
+    if (p[0] != '<' || p[1] != tag || !(p[2] == '>' || is_space(p[2]))) return nullptr;
+    const char* q = p + 2;
+    m_fast_strings.clear();
+    std::size_t bounds[2 * kMostPlainAttributes];
+    std::size_t count = 0;
+    const auto ran_out = [&] {
+      m_plain_so_far = true;
+      return nullptr;
+    };
+    while (true) {
+      const char* blanks = q;
+      while (q != end && is_space(*q) && *q != '\r') ++q;
+      if (q == end) return ran_out();
+      if (*q == '>') break;
+      if (q == blanks || !is_name_start(*q) || count == kMostPlainAttributes)
+        return nullptr;
+      const char* name = q;
+      while (q != end && is_name(*q)) ++q;
+      const std::size_t name_size = static_cast<std::size_t>(q - name);
+      while (q != end && (*q == ' ' || *q == '\t' || *q == '\n')) ++q;
+      if (q == end) return ran_out();
+      if (*q != '=') return nullptr;
+      ++q;
+      while (q != end && (*q == ' ' || *q == '\t' || *q == '\n')) ++q;
+      if (q == end) return ran_out();
+      const char quote = *q;
+      if (quote != '"' && quote != '\'') return nullptr;
+      const char* value = ++q;
+      while (q != end && *q != quote) {
+        // Line breaks and tabs in a value would reach the handler as spaces.
+        if (!is_plain(*q) || *q == '\t' || *q == '\n') return nullptr;
+        ++q;
+      }
+      if (q == end) return ran_out();
+      const std::string_view this_name(name, name_size);
+      for (std::size_t k = 0; k < count; ++k) {
+        if (std::string_view(m_fast_strings.data() + bounds[2 * k], bounds[2 * k + 1]) ==
+            this_name)
+          return nullptr;  // given twice: the parser refuses that
+      }
+      bounds[2 * count] = m_fast_strings.size();
+      bounds[2 * count + 1] = name_size;
+      m_fast_strings.append(name, name_size).push_back('\0');
+      m_fast_strings.append(value, static_cast<std::size_t>(q - value)).push_back('\0');
+      ++count;
+      ++q;
+    }
+    ++q;  // '>'
+    m_fast_text = q;
+    while (q != end && *q != '<') {
+      if (!is_plain(*q) || *q == '>') return nullptr;
+      ++q;
+    }
+    if (q == end) return ran_out();
+    m_fast_text_size = static_cast<std::size_t>(q - m_fast_text);
+    if (end - q < 4) return ran_out();
+    if (q[1] != '/' || q[2] != tag) return nullptr;
+    q += 3;
+    while (q != end && is_space(*q) && *q != '\r') ++q;
+    if (q == end) return ran_out();
+    if (*q != '>') return nullptr;
+    // The names and values, each ending in a NUL, one after the other.
+    const char* strings = m_fast_strings.data();
+    std::size_t k = 0;
+    for (const char* s = strings; k < 2 * count; ++k) {
+      m_fast_atts[k] = s;
+      s += std::strlen(s) + 1;
+    }
+    m_fast_atts[k] = nullptr;
+    return q + 1;
+  }
+
   // The parser is fed in slices of 64 KiB. One token that spans slices (a long
   // attribute value) is scanned again from its start with every slice, so while a
   // slice brings no event the next one doubles, up to the bytes fed so far: a token of
@@ -414,6 +685,7 @@ class Reader {
   }
 
   unsigned long line() const {
+    if (m_in_fast) return m_fast_line;
     return static_cast<unsigned long>(XML_GetCurrentLineNumber(m_parser));
   }
   std::string at(unsigned long line) const {
@@ -858,6 +1130,24 @@ class Reader {
   bool m_failed = false;
   std::size_t m_slice = kSlice, m_fed = 0, m_events = 0;
 
+  // read()'s scan: where it stands in the markup, the line it is on (counted from 1 as
+  // the parser counts), the lines of the elements it read that the parser is still to
+  // be given, and the element it is reading.
+  static constexpr std::size_t kMostPlainAttributes = 4;
+  Lex m_lex = Lex::kText;
+  char m_quote = 0;
+  bool m_after_cr = false;
+  bool m_text_blank = true;  // the text since the last markup is blank
+  unsigned long m_line = 1;
+  bool m_scan_checked = false;
+  std::size_t m_breaks_owed = 0;
+  bool m_in_fast = false, m_plain_so_far = false;
+  unsigned long m_fast_line = 0;
+  std::string m_fast_strings;
+  std::array<const char*, 2 * kMostPlainAttributes + 1> m_fast_atts{};
+  const char* m_fast_text = nullptr;
+  std::size_t m_fast_text_size = 0;
+
   // The kinds of the open elements down to the first skipped one; m_depth counts all
   // open elements, m_skipped_from is the depth of the outermost skipped one (0: none).
   std::vector<Kind> m_kinds;
@@ -894,10 +1184,14 @@ class Reader {
 }  // namespace
 
 bool parse_document(std::vector<char>& text, const std::string& where, Document& document,
-                    std::string& error, std::vector<std::string>& warnings) {
+                    std::string& error, std::vector<std::string>& warnings,
+                    bool scan_lists) {
   document = Document();
   Reader reader(where, document, error, warnings);
-  return reader.start() && reader.parse(text.data(), text.size(), true);
+  if (!reader.start()) return false;
+  if (!scan_lists) return reader.parse(text.data(), text.size(), true);
+  std::size_t kept = 0;
+  return reader.read(text.data(), text.size(), true, kept);
 }
 
 bool read_document(const std::string& path, Document& document, std::string& error,
@@ -911,21 +1205,27 @@ bool read_document(const std::string& path, Document& document, std::string& err
   }
   Reader reader(path, document, error, warnings);
   if (!reader.start()) return false;
+  // The bytes read() kept from the last block come first in the next.
+  std::vector<char> block;
+  std::size_t kept = 0;
   for (;;) {
     const std::size_t chunk = reader.slice();
-    void* buffer = reader.buffer(chunk);
-    if (!buffer) {
+    try {
+      if (block.size() < kept + chunk) block.resize(kept + chunk);
+    } catch (const std::bad_alloc&) {
       error = path + ": out of memory";
       return false;
     }
-    const std::size_t got = std::fread(buffer, 1, chunk, file.get());
+    const std::size_t got = std::fread(block.data() + kept, 1, chunk, file.get());
     if (std::ferror(file.get())) {
       error = path + ": cannot be read";
       return false;
     }
     const bool last = got < chunk && std::feof(file.get());
-    if (!reader.parse_buffer(got, last)) return false;
+    const std::size_t size = kept + got;
+    if (!reader.read(block.data(), size, last, kept)) return false;
     if (last) return true;
+    std::memmove(block.data(), block.data() + size - kept, kept);
   }
 }
 

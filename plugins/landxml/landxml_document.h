@@ -95,8 +95,13 @@ struct Document {
 // read: no DTD, external entity or inclusion. An element's text is its character data
 // before its first child element, comment, CDATA section or processing instruction
 // (white space alone does not count). <Faces> may come before <Pnts>.
+//
+// The plain <P> and <F> elements of the lists are read without the XML parser's
+// tokenizer, which is most of the time of a large file; `scan_lists` false gives
+// every byte to the parser, for the tests that hold the two ways against each other.
 bool parse_document(std::vector<char>& text, const std::string& where, Document& document,
-                    std::string& error, std::vector<std::string>& warnings);
+                    std::string& error, std::vector<std::string>& warnings,
+                    bool scan_lists = true);
 
 // Reads the file at `path` in slices and parses it as parse_document does, never
 // holding the whole text. A file that cannot be read gives false with a message
