@@ -10,6 +10,7 @@
 
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -66,17 +67,20 @@ std::string parsed(const std::string& text, bool scan_lists) {
   return describe(ok, d, error, warnings);
 }
 
-// read_document's outcome for `text` in a file named f.xml in the test's folder, with
-// that folder taken out of the messages.
+// read_document's outcome for `text` in a file named f.xml in a folder of the test's
+// own (tests run side by side), with that folder taken out of the messages.
 std::string read_from_file(const std::string& text) {
-  const std::string folder = testing::TempDir();
+  const std::string folder =
+      testing::TempDir() + "landxml_scan_" +
+      testing::UnitTest::GetInstance()->current_test_info()->name() + "/";
+  std::filesystem::create_directories(folder);
   const std::string path = folder + "f.xml";
   std::ofstream(path, std::ios::binary) << text;
   gvk_landxml::Document d;
   std::string error;
   std::vector<std::string> warnings;
   const bool ok = gvk_landxml::read_document(path, d, error, warnings);
-  std::remove(path.c_str());
+  std::filesystem::remove_all(folder);
   std::string out = describe(ok, d, error, warnings);
   for (std::size_t at; (at = out.find(folder)) != std::string::npos;)
     out.erase(at, folder.size());
