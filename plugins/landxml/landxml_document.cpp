@@ -285,6 +285,26 @@ struct PointList {
   std::vector<double> numbers;
 };
 
+// What a byte is in a plain element's text or attribute value: one the parser
+// passes on unchanged (kPlain), a line feed or tab (which it passes on in text but
+// turns into a space in a value), the '<' that ends the text, or anything else
+// (a reference, a carriage return, a control character, '>', non-ASCII).
+enum ByteClass : unsigned char { kPlain, kBreak, kTab, kLess, kOther };
+struct ByteClasses {
+  ByteClass of[256];
+  constexpr ByteClasses() : of() {
+    for (int c = 0; c < 256; ++c) {
+      of[c] = c == '\n'                                       ? kBreak
+              : c == '\t'                                     ? kTab
+              : c == '<'                                      ? kLess
+              : c >= 0x20 && c < 0x7f && c != '&' && c != '>' ? kPlain
+                                                              : kOther;
+    }
+  }
+};
+constexpr ByteClasses kClasses{};
+ByteClass class_of(char c) { return kClasses.of[static_cast<unsigned char>(c)]; }
+
 // The parser keeps each open element on a stack of its own: the depth is capped so
 // that its memory stays small (LandXML itself nests about ten levels).
 constexpr std::size_t kMaxDepth = 256;
@@ -508,7 +528,12 @@ class Reader {
     const char* q = p;
     while (true) {
       const char* blanks = q;
-      while (q != end && is_space(*q)) ++q;
+      unsigned long breaks = 0;
+      bool cr = false;
+      for (; q != end && is_space(*q); ++q) {
+        breaks += *q == '\n';
+        cr = cr || *q == '\r';
+      }
       if (q == end || *q != '<') {
         count_lines(blanks, q);
         owe();
@@ -522,7 +547,11 @@ class Reader {
         owe();
         return blanks;
       }
-      count_lines(blanks, q);
+      if (cr || m_after_cr) {
+        count_lines(blanks, q);
+      } else {
+        m_line += breaks;
+      }
       m_fast_line = m_line;
       m_in_fast = true;
       const char** atts = m_fast_atts.data();
@@ -531,7 +560,9 @@ class Reader {
         on_text(this, m_fast_text, static_cast<int>(m_fast_text_size));
       on_end(this, name);
       m_in_fast = false;
-      count_lines(q, after);
+      // An element holds no carriage return, and ends in '>'.
+      m_line += m_fast_breaks;
+      m_after_cr = false;
       q = after;
       if (m_failed) return owe(), q;
     }
@@ -543,10 +574,6 @@ class Reader {
   static bool is_name(char c) {
     return is_name_start(c) || (c >= '0' && c <= '9') || c == '.' || c == '-';
   }
-  // A byte the parser passes on unchanged in text and attribute values.
-  static bool is_plain(char c) {
-    return (c >= 0x20 && c < 0x7f && c != '<' && c != '&') || c == '\t' || c == '\n';
-  }
 
   // The element <TAG ...>text</TAG> at `p` when it is plain: its attributes go to
   // m_fast_atts (names and values in m_fast_strings) and its text to m_fast_text, and
@@ -554,6 +581,13 @@ class Reader {
   // whether the text ran out before anything that is not plain was seen.
   const char* plain_element(const char* p, const char* end, char tag) {
     m_plain_so_far = false;
+    m_fast_breaks = 0;
+    // Blanks inside the element, its line feeds counted.
+    const auto skip_blanks = [&](const char* at) {
+      for (; at != end && (*at == ' ' || *at == '\t' || *at == '\n'); ++at)
+        m_fast_breaks += *at == '\n';
+      return at;
+    };
     if (end - p < 3) return m_plain_so_far = true, nullptr;
     if (p[0] != '<' || p[1] != tag || !(p[2] == '>' || is_space(p[2]))) return nullptr;
     const char* q = p + 2;
@@ -566,7 +600,7 @@ class Reader {
     };
     while (true) {
       const char* blanks = q;
-      while (q != end && is_space(*q) && *q != '\r') ++q;
+      q = skip_blanks(q);
       if (q == end) return ran_out();
       if (*q == '>') break;
       if (q == blanks || !is_name_start(*q) || count == kMostPlainAttributes)
@@ -574,18 +608,18 @@ class Reader {
       const char* name = q;
       while (q != end && is_name(*q)) ++q;
       const std::size_t name_size = static_cast<std::size_t>(q - name);
-      while (q != end && (*q == ' ' || *q == '\t' || *q == '\n')) ++q;
+      q = skip_blanks(q);
       if (q == end) return ran_out();
       if (*q != '=') return nullptr;
-      ++q;
-      while (q != end && (*q == ' ' || *q == '\t' || *q == '\n')) ++q;
+      q = skip_blanks(q + 1);
       if (q == end) return ran_out();
       const char quote = *q;
       if (quote != '"' && quote != '\'') return nullptr;
       const char* value = ++q;
       while (q != end && *q != quote) {
         // Line breaks and tabs in a value would reach the handler as spaces.
-        if (!is_plain(*q) || *q == '\t' || *q == '\n') return nullptr;
+        // '>' may stand in a value as it is.
+        if (class_of(*q) != kPlain && *q != '>') return nullptr;
         ++q;
       }
       if (q == end) return ran_out();
@@ -604,16 +638,18 @@ class Reader {
     }
     ++q;  // '>'
     m_fast_text = q;
-    while (q != end && *q != '<') {
-      if (!is_plain(*q) || *q == '>') return nullptr;
-      ++q;
+    for (; q != end; ++q) {
+      const ByteClass c = class_of(*q);
+      if (c == kPlain || c == kTab) continue;
+      if (c == kLess) break;
+      if (c != kBreak) return nullptr;
+      ++m_fast_breaks;
     }
     if (q == end) return ran_out();
     m_fast_text_size = static_cast<std::size_t>(q - m_fast_text);
     if (end - q < 4) return ran_out();
     if (q[1] != '/' || q[2] != tag) return nullptr;
-    q += 3;
-    while (q != end && is_space(*q) && *q != '\r') ++q;
+    q = skip_blanks(q + 3);
     if (q == end) return ran_out();
     if (*q != '>') return nullptr;
     // The names and values, each ending in a NUL, one after the other.
@@ -1142,7 +1178,7 @@ class Reader {
   bool m_scan_checked = false;
   std::size_t m_breaks_owed = 0;
   bool m_in_fast = false, m_plain_so_far = false;
-  unsigned long m_fast_line = 0;
+  unsigned long m_fast_line = 0, m_fast_breaks = 0;
   std::string m_fast_strings;
   std::array<const char*, 2 * kMostPlainAttributes + 1> m_fast_atts{};
   const char* m_fast_text = nullptr;
