@@ -106,6 +106,14 @@ class Splitter {
     copy('"');
     bool plain = true;
     while (true) {
+      if (!key) {
+        // A value's bytes up to the next quote or backslash go in one piece.
+        const char* from = m_in.cursor();
+        const char* at = from;
+        while (at != m_in.limit() && *at != '"' && *at != '\\') ++at;
+        m_out.rest.append(from, static_cast<std::size_t>(at - from));
+        m_in.advance(at);
+      }
       const int c = m_in.peek();
       if (c == -1) return false;
       copy(c);
