@@ -696,6 +696,16 @@ struct ReadBuffers {
     text.reset();
     capacity = 0;
   }
+
+  // Parses `size` bytes at `at`, followed by simdjson::SIMDJSON_PADDING readable
+  // bytes, into `root`, growing the parser first when it is too small for them.
+  simdjson::error_code parse_tree(const char* at, std::size_t size, element& root) {
+    simdjson::error_code code = simdjson::SUCCESS;
+    if (parser.capacity() < size || parser.max_depth() != kMaxDepth)
+      code = parser.allocate(std::max(size, parser.capacity()), kMaxDepth);
+    if (!code) code = parser.parse(at, size, false).get(root);
+    return code;
+  }
 };
 
 thread_local std::unique_ptr<ReadBuffers> t_buffers;
@@ -716,12 +726,8 @@ constexpr std::size_t kKeptDocumentBytes = std::size_t{64} << 20;
 // readable bytes.
 bool parse(ReadBuffers& b, const char* text, std::size_t size, const std::string& name,
            Problem& problem, std::string& error) {
-  simdjson::dom::parser& parser = b.parser;
   element root;
-  simdjson::error_code code = simdjson::SUCCESS;
-  if (parser.capacity() < size || parser.max_depth() != kMaxDepth)
-    code = parser.allocate(std::max(size, parser.capacity()), kMaxDepth);
-  if (!code) code = parser.parse(text, size, false).get(root);
+  const simdjson::error_code code = b.parse_tree(text, size, root);
   const bool large = size > kKeptDocumentBytes;
   // The parsed document holds its own copies of the strings and numbers.
   if (!code && large) b.release_text();
@@ -803,17 +809,13 @@ bool read_split(TextInput& in, Problem& problem) {
   if (!padded) return false;
   std::memcpy(padded, split.rest.data(), size);
   std::string().swap(split.rest);
-  simdjson::dom::parser& parser = b.parser;
   element root;
-  simdjson::error_code code = simdjson::SUCCESS;
-  if (parser.capacity() < size || parser.max_depth() != kMaxDepth)
-    code = parser.allocate(std::max(size, parser.capacity()), kMaxDepth);
-  if (!code) code = parser.parse(padded, size, false).get(root);
+  const simdjson::error_code code = b.parse_tree(padded, size, root);
   const bool large = size > kKeptDocumentBytes;
   if (large) b.release_text();
   std::string ignored;
   problem = Problem();
-  bool read = !code && DocumentReader(ignored).document(root, problem);
+  const bool read = !code && DocumentReader(ignored).document(root, problem);
   if (large) b.parser = simdjson::dom::parser();
   if (!read) return false;
   take(problem.mesh, split.mesh);
