@@ -192,7 +192,8 @@ def corner_count(triangles):
 # Drawings written by other programs (tests/data/README.md), each with the layer that
 # holds its break lines, if any.
 REAL_DRAWINGS = [("ezdxf_minimal_r10.dxf", ""), ("ezdxf_polylines_r12.dxf", "T-2DPLINE-ALL"),
-                 ("dxfjs_polyface_r2000.dxf", ""), ("ezdxf_3dface_r2018.dxf", "")]
+                 ("dxfjs_polyface_r2000.dxf", ""), ("ezdxf_3dface_r2018.dxf", ""),
+                 ("ddbim_badmuskau_survey_r2013.dxf", "HTW_LINIEN_HOEHENLINIEN")]
 UNIT_NAMES = {4: "millimeter", 6: "meter"}
 
 
@@ -215,16 +216,19 @@ def test_real_drawings_match_ezdxf(plugins, name, break_layer):
         assert len(got[layer][3]) == len(triangles), layer
         assert len(got[layer][0]) == corner_count(triangles), layer
         assert sorted(corner_triangles(got[layer])) == sorted(triangles), layer
-    polylines = [e for e in msp.query(f"POLYLINE[layer=='{break_layer}']")]
-    # Each segment starts where ezdxf places the vertex: 2D polylines lie in their
-    # object coordinate system at their elevation.
+    # Each segment starts where ezdxf places the vertex, in the drawing's order: 2D
+    # polylines lie in their object coordinate system at their elevation; a LINE is one
+    # segment; the frame of a spline-fit polyline (vertex flag 16) is not on the line.
     starts = []
-    for p in polylines:
-        ocs, z = p.ocs(), p.dxf.elevation.z
-        flat = p.get_mode() == "AcDb2dPolyline"
+    for e in msp.query(f"POLYLINE LINE[layer=='{break_layer}']"):
+        if e.dxftype() == "LINE":
+            starts.append(e.dxf.start)
+            continue
+        ocs, z = e.ocs(), e.dxf.elevation.z
+        flat = e.get_mode() == "AcDb2dPolyline"
         points = [ocs.to_wcs(v.dxf.location.replace(z=z)) if flat else v.dxf.location
-                  for v in p.vertices]
-        starts += points if p.is_closed else points[:-1]
+                  for v in e.vertices if not v.dxf.flags & 16]
+        starts += points if e.is_closed else points[:-1]
     origin = np.array([source.get_xorig(), source.get_yorig(), source.get_zorig()])
     got = [np.array([l.x1, l.y1, l.z1]) + origin for l in source.get_break_lines()]
     assert len(got) == len(starts)
@@ -262,12 +266,18 @@ def assert_same_mesh(a, b):
     assert np.array_equal(a[3], b[3])
 
 
-def test_dxf_json_dxf_keeps_mesh_and_elements(plugins, tmp_path):
+@pytest.mark.parametrize("real", [False, True])
+def test_dxf_json_dxf_keeps_mesh_and_elements(plugins, tmp_path, real):
+    """A drawing of ours, and the surveyed site with its contours as break lines."""
     if not os.environ.get("GRAVOK_JSON_PLUGIN"):
         pytest.skip("the JSON plug-in is not built")
-    drawn = tmp_path / "drawn.dxf"
-    draw("R2018", str(drawn))
-    first = open_source(f"dxf:{drawn}")
+    if real:
+        drawn = DATA / "dxf" / "ddbim_badmuskau_survey_r2013.dxf"
+        first = open_source(f"dxf:{drawn}?breaklines=HTW_LINIEN_HOEHENLINIEN")
+    else:
+        drawn = tmp_path / "drawn.dxf"
+        draw("R2018", str(drawn))
+        first = open_source(f"dxf:{drawn}")
     write_problem(first, tmp_path / "middle.json")
     middle = open_source(str(tmp_path / "middle.json"))
     write_problem(middle, tmp_path / "again.dxf")
