@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <limits>
 #include <locale>
-#include <optional>
 #include <sstream>
 
 namespace gravok_tool {
@@ -45,107 +44,106 @@ std::vector<std::pair<double, double>> record_points(GradingElementType kind,
   }
 }
 
-// Point location over the mesh's triangles in plan: a uniform grid over the mesh's
-// extent, each cell listing the triangles whose box touches it. Triangles with an
-// index out of range or a coordinate that is not finite are left out.
-class PlanLocator {
- public:
-  // The usable triangles are found again in each pass rather than listed, so that the
-  // locator costs its grid and entries only.
-  explicit PlanLocator(const Problem& p)
-      : m_p(p), m_n(std::min({p.mesh.x.size(), p.mesh.y.size()})) {
-    std::size_t usable_count = 0;
-    for (std::size_t t = 0; t < p.mesh.triangles.size(); ++t) {
-      if (!usable(p.mesh.triangles[t], m_n)) continue;
-      ++usable_count;
-      for (const unsigned long long v : p.mesh.triangles[t]) {
-        m_x0 = std::min(m_x0, p.mesh.x[v]);
-        m_x1 = std::max(m_x1, p.mesh.x[v]);
-        m_y0 = std::min(m_y0, p.mesh.y[v]);
-        m_y1 = std::max(m_y1, p.mesh.y[v]);
+// The plan points of element `i` of `data` that inspect looks up on the mesh: a point
+// kind's record points, then the element's x and y lists pairwise.
+std::vector<std::pair<double, double>> element_points(GradingElementType kind,
+                                                      const gvk::ElementSet& data,
+                                                      std::size_t i) {
+  std::vector<std::pair<double, double>> points = record_points(kind, data.records[i]);
+  if (has_lists(kind) && i < data.xs.size() && i < data.ys.size()) {
+    const std::vector<double>& xs = data.xs[i];
+    const std::vector<double>& ys = data.ys[i];
+    for (std::size_t k = 0; k < std::min(xs.size(), ys.size()); ++k)
+      points.emplace_back(xs[k], ys[k]);
+  }
+  return points;
+}
+
+}  // namespace
+
+std::vector<char> covered_in_plan(const gvk::Mesh& mesh,
+                                  const std::vector<std::pair<double, double>>& points,
+                                  bool& any_usable) {
+  any_usable = false;
+  std::vector<char> covered(points.size(), 0);
+  const std::vector<double>& x = mesh.x;
+  const std::vector<double>& y = mesh.y;
+  const std::size_t n = std::min(x.size(), y.size());
+  // The finite points in a uniform grid over their extent, about one cell per point.
+  double x0 = std::numeric_limits<double>::infinity(), x1 = -x0, y0 = x0, y1 = -x0;
+  std::size_t finite = 0;
+  for (const auto& [px, py] : points) {
+    if (!std::isfinite(px) || !std::isfinite(py)) continue;
+    ++finite;
+    x0 = std::min(x0, px);
+    x1 = std::max(x1, px);
+    y0 = std::min(y0, py);
+    y1 = std::max(y1, py);
+  }
+  const std::size_t cells =
+      static_cast<std::size_t>(std::sqrt(static_cast<double>(finite))) + 1;
+  const auto cell_of = [&](double v, double lo, double hi) -> std::size_t {
+    if (!(hi > lo)) return 0;
+    const double f = (v - lo) / (hi - lo) * static_cast<double>(cells);
+    return std::min(cells - 1, static_cast<std::size_t>(std::max(0.0, f)));
+  };
+  std::vector<std::size_t> start(finite ? cells * cells + 1 : 1, 0), entries(finite);
+  for (int pass = 0; pass < 2 && finite; ++pass) {
+    std::vector<std::size_t> fill(start.begin(), start.end() - 1);
+    for (std::size_t q = 0; q < points.size(); ++q) {
+      const auto [px, py] = points[q];
+      if (!std::isfinite(px) || !std::isfinite(py)) continue;
+      const std::size_t cell = cell_of(py, y0, y1) * cells + cell_of(px, x0, x1);
+      if (pass == 0) {
+        ++start[cell + 1];
+      } else {
+        entries[fill[cell]++] = q;
       }
     }
-    if (usable_count == 0) return;
-    m_cells = static_cast<std::size_t>(std::sqrt(static_cast<double>(usable_count))) + 1;
-    m_start.assign(m_cells * m_cells + 1, 0);
-    for (int pass = 0; pass < 2; ++pass) {
-      std::vector<std::size_t> fill(m_start.begin(), m_start.end() - 1);
-      if (pass == 1) m_entries.resize(m_start.back());
-      for (std::size_t t = 0; t < p.mesh.triangles.size(); ++t) {
-        if (!usable(p.mesh.triangles[t], m_n)) continue;
-        const auto [c0, r0, c1, r1] = box_cells(t);
-        for (std::size_t r = r0; r <= r1; ++r) {
-          for (std::size_t c = c0; c <= c1; ++c) {
-            const std::size_t cell = r * m_cells + c;
-            if (pass == 0) {
-              ++m_start[cell + 1];
-            } else {
-              m_entries[fill[cell]++] = t;
-            }
-          }
+    if (pass == 0)
+      for (std::size_t i = 1; i < start.size(); ++i) start[i] += start[i - 1];
+  }
+  // One pass over the triangles: each looks at the points in the cells its box meets.
+  for (const gvk::Triangle& t : mesh.triangles) {
+    if (t[0] >= n || t[1] >= n || t[2] >= n) continue;
+    double tx0 = x[t[0]], tx1 = tx0, ty0 = y[t[0]], ty1 = ty0;
+    bool usable = std::isfinite(tx0) && std::isfinite(ty0);
+    for (int k = 1; k < 3; ++k) {
+      usable = usable && std::isfinite(x[t[k]]) && std::isfinite(y[t[k]]);
+      tx0 = std::min(tx0, x[t[k]]);
+      tx1 = std::max(tx1, x[t[k]]);
+      ty0 = std::min(ty0, y[t[k]]);
+      ty1 = std::max(ty1, y[t[k]]);
+    }
+    if (!usable) continue;
+    any_usable = true;
+    if (!finite || tx1 < x0 || tx0 > x1 || ty1 < y0 || ty0 > y1) continue;
+    const std::size_t c0 = cell_of(tx0, x0, x1), c1 = cell_of(tx1, x0, x1);
+    const std::size_t r0 = cell_of(ty0, y0, y1), r1 = cell_of(ty1, y0, y1);
+    const auto side = [&](unsigned long long a, unsigned long long b, double px,
+                          double py) {
+      return (x[b] - x[a]) * (py - y[a]) - (y[b] - y[a]) * (px - x[a]);
+    };
+    for (std::size_t r = r0; r <= r1; ++r) {
+      for (std::size_t c = c0; c <= c1; ++c) {
+        const std::size_t cell = r * cells + c;
+        for (std::size_t i = start[cell]; i < start[cell + 1]; ++i) {
+          const std::size_t q = entries[i];
+          if (covered[q]) continue;
+          const auto [px, py] = points[q];
+          if (px < tx0 || px > tx1 || py < ty0 || py > ty1) continue;
+          const double s0 = side(t[0], t[1], px, py), s1 = side(t[1], t[2], px, py),
+                       s2 = side(t[2], t[0], px, py);
+          if ((s0 >= 0 && s1 >= 0 && s2 >= 0) || (s0 <= 0 && s1 <= 0 && s2 <= 0))
+            covered[q] = 1;
         }
       }
-      if (pass == 0) {
-        for (std::size_t i = 1; i < m_start.size(); ++i) m_start[i] += m_start[i - 1];
-      }
     }
   }
+  return covered;
+}
 
-  bool empty() const { return m_cells == 0; }
-
-  // Whether (px, py) lies in some triangle, its border included.
-  bool covers(double px, double py) const {
-    if (empty() || !(px >= m_x0 && px <= m_x1 && py >= m_y0 && py <= m_y1)) {
-      return false;
-    }
-    const std::size_t cell = cell_row(py) * m_cells + cell_column(px);
-    for (std::size_t i = m_start[cell]; i < m_start[cell + 1]; ++i) {
-      if (inside(m_p.mesh.triangles[m_entries[i]], px, py)) return true;
-    }
-    return false;
-  }
-
- private:
-  bool usable(const gvk::Triangle& t, std::size_t n) const {
-    for (const unsigned long long v : t) {
-      if (v >= n || !std::isfinite(m_p.mesh.x[v]) || !std::isfinite(m_p.mesh.y[v]))
-        return false;
-    }
-    return true;
-  }
-  std::size_t cell_column(double px) const { return cell_of(px, m_x0, m_x1); }
-  std::size_t cell_row(double py) const { return cell_of(py, m_y0, m_y1); }
-  std::size_t cell_of(double v, double lo, double hi) const {
-    if (!(hi > lo)) return 0;
-    const double f = (v - lo) / (hi - lo) * static_cast<double>(m_cells);
-    return std::min(m_cells - 1, static_cast<std::size_t>(std::max(0.0, f)));
-  }
-  std::array<std::size_t, 4> box_cells(std::size_t t) const {
-    double x0 = std::numeric_limits<double>::infinity(), x1 = -x0, y0 = x0, y1 = -x0;
-    for (const unsigned long long v : m_p.mesh.triangles[t]) {
-      x0 = std::min(x0, m_p.mesh.x[v]);
-      x1 = std::max(x1, m_p.mesh.x[v]);
-      y0 = std::min(y0, m_p.mesh.y[v]);
-      y1 = std::max(y1, m_p.mesh.y[v]);
-    }
-    return {cell_column(x0), cell_row(y0), cell_column(x1), cell_row(y1)};
-  }
-  bool inside(const gvk::Triangle& t, double px, double py) const {
-    const auto side = [&](unsigned long long a, unsigned long long b) {
-      return (m_p.mesh.x[b] - m_p.mesh.x[a]) * (py - m_p.mesh.y[a]) -
-             (m_p.mesh.y[b] - m_p.mesh.y[a]) * (px - m_p.mesh.x[a]);
-    };
-    const double s0 = side(t[0], t[1]), s1 = side(t[1], t[2]), s2 = side(t[2], t[0]);
-    return (s0 >= 0 && s1 >= 0 && s2 >= 0) || (s0 <= 0 && s1 <= 0 && s2 <= 0);
-  }
-
-  const Problem& m_p;
-  std::size_t m_n = 0;  // vertices with both plan coordinates
-  double m_x0 = std::numeric_limits<double>::infinity(), m_x1 = -m_x0, m_y0 = m_x0,
-         m_y1 = -m_x0;
-  std::size_t m_cells = 0;
-  std::vector<std::size_t> m_start, m_entries;
-};
+namespace {
 
 class Checker {
  public:
@@ -184,6 +182,17 @@ class Checker {
   }
 
   void elements() {
+    // Every point is looked up on the mesh in one pass over its triangles, after the
+    // mesh check has let go of its own tables, so that the two never take memory at
+    // the same time; the findings then follow in the elements' order.
+    std::vector<std::pair<double, double>> points;
+    for (const auto& [kind, data] : m_p.elements) {
+      for (std::size_t i = 0; i < data.records.size(); ++i) {
+        for (const auto& point : element_points(kind, data, i)) points.push_back(point);
+      }
+    }
+    m_covered = covered_in_plan(m_p.mesh, points, m_any_usable);
+    m_next_point = 0;
     for (const auto& [kind, data] : m_p.elements) {
       for (std::size_t i = 0; i < data.records.size(); ++i) {
         element(kind, data, i);
@@ -249,7 +258,7 @@ class Checker {
 
   void element(GradingElementType kind, const gvk::ElementSet& data, std::size_t i) {
     const std::string where = gvk_json::element_kind_name(kind) + " " + std::to_string(i);
-    std::vector<std::pair<double, double>> points = record_points(kind, data.records[i]);
+    const std::vector<std::pair<double, double>> points = element_points(kind, data, i);
     for (const double v : data.records[i].location) {
       if (!has_lists(kind) && !std::isfinite(v)) {
         add("non-finite-coordinate", where, "a location value is " + number(v));
@@ -264,11 +273,8 @@ class Checker {
             std::to_string(xs.size()) + " x values but " + std::to_string(ys.size()) +
                 " y values");
       }
-      for (std::size_t k = 0; k < std::min(xs.size(), ys.size()); ++k) {
-        points.emplace_back(xs[k], ys[k]);
-      }
     }
-    for (std::size_t k = 0; k < points.size(); ++k) {
+    for (std::size_t k = 0; k < points.size(); ++k, ++m_next_point) {
       const auto [px, py] = points[k];
       if (!std::isfinite(px) || !std::isfinite(py)) {
         // A point kind's record has been reported above already.
@@ -276,7 +282,7 @@ class Checker {
         add("non-finite-coordinate", where,
             "point " + std::to_string(k) + " is (" + number(px) + ", " + number(py) +
                 ")");
-      } else if (!locator().empty() && !locator().covers(px, py)) {
+      } else if (m_any_usable && !m_covered[m_next_point]) {
         add("outside-mesh", where,
             "point " + std::to_string(k) + " (" + number(px) + ", " + number(py) +
                 ") lies outside the mesh");
@@ -284,15 +290,11 @@ class Checker {
     }
   }
 
-  // Built when a point is first looked up, after the mesh check has let go of its
-  // own tables, so that the two never take memory at the same time.
-  const PlanLocator& locator() {
-    if (!m_locator) m_locator.emplace(m_p);
-    return *m_locator;
-  }
-
   const Problem& m_p;
-  std::optional<PlanLocator> m_locator;
+  // Whether each point of the elements, in their order, lies on the mesh.
+  std::vector<char> m_covered;
+  bool m_any_usable = false;
+  std::size_t m_next_point = 0;
 };
 
 }  // namespace

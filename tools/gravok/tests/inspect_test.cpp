@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -161,3 +162,111 @@ TEST(Inspect, TheJsonSummaryWritesNumbersJsonCannotHoldAsNull) {
 }
 
 }  // namespace
+
+namespace {
+
+// Whether (px, py) lies in triangle t in plan, its border included, straight from the
+// definition: within its box and on one side of, or on, each of its three edges.
+bool in_triangle(const gvk::Mesh& m, const gvk::Triangle& t, double px, double py) {
+  double x0 = m.x[t[0]], x1 = x0, y0 = m.y[t[0]], y1 = y0;
+  for (int k = 1; k < 3; ++k) {
+    x0 = std::min(x0, m.x[t[k]]);
+    x1 = std::max(x1, m.x[t[k]]);
+    y0 = std::min(y0, m.y[t[k]]);
+    y1 = std::max(y1, m.y[t[k]]);
+  }
+  if (px < x0 || px > x1 || py < y0 || py > y1) return false;
+  double s[3];
+  for (int k = 0; k < 3; ++k) {
+    const auto a = t[k], b = t[(k + 1) % 3];
+    s[k] = (m.x[b] - m.x[a]) * (py - m.y[a]) - (m.y[b] - m.y[a]) * (px - m.x[a]);
+  }
+  return (s[0] >= 0 && s[1] >= 0 && s[2] >= 0) || (s[0] <= 0 && s[1] <= 0 && s[2] <= 0);
+}
+
+}  // namespace
+
+// The one-pass lookup against every triangle tried for every point, on jittered grids
+// with triangles of zero area, indices out of range and coordinates that are not
+// finite, for points on vertices, on edges, inside, outside and not finite, and for
+// points clustered in one corner.
+TEST(Inspect, PointsOnTheMeshAreWhatEveryTriangleTriedForEveryPointGives) {
+  const double kNan = std::numeric_limits<double>::quiet_NaN();
+  unsigned long long seed = 12345;
+  const auto next = [&seed] {
+    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<double>(seed >> 11) / 9007199254740992.0;
+  };
+  for (int round = 0; round < 40; ++round) {
+    SCOPED_TRACE(round);
+    gvk::Mesh m;
+    const int side = 2 + round % 9;
+    for (int j = 0; j < side; ++j) {
+      for (int i = 0; i < side; ++i) {
+        m.x.push_back(i + (round % 2 ? 0.4 * next() : 0.0));
+        m.y.push_back(j + (round % 3 ? 0.4 * next() : 0.0));
+      }
+    }
+    m.z.assign(m.x.size(), 0.0);
+    const unsigned long long n = m.x.size(), w = side;
+    for (unsigned long long j = 0; j + 1 < w; ++j) {
+      for (unsigned long long i = 0; i + 1 < w; ++i) {
+        const unsigned long long a = i + w * j;
+        if (next() < 0.15) continue;  // holes
+        m.triangles.push_back({a, a + 1, a + w + 1});
+        m.triangles.push_back({a, a + w + 1, a + w});
+      }
+    }
+    m.triangles.push_back({0, 1, 2});  // on one line: zero area when the grid is exact
+    m.triangles.push_back({0, 0, n - 1});
+    m.triangles.push_back({0, 1, n});  // an index out of range
+    if (round % 4 == 0) m.x[n / 2] = kNan;
+    if (round % 4 == 1) m.y[n - 2] = std::numeric_limits<double>::infinity();
+    std::vector<std::pair<double, double>> points;
+    for (unsigned long long v = 0; v < n; ++v) points.emplace_back(m.x[v], m.y[v]);
+    for (const gvk::Triangle& t : m.triangles) {
+      if (t[2] >= n) continue;
+      points.emplace_back((m.x[t[0]] + m.x[t[1]]) / 2, (m.y[t[0]] + m.y[t[1]]) / 2);
+      points.emplace_back((m.x[t[0]] + m.x[t[1]] + m.x[t[2]]) / 3,
+                          (m.y[t[0]] + m.y[t[1]] + m.y[t[2]]) / 3);
+    }
+    // Just beyond the ends of the two triangles of zero area, on their lines.
+    const double step = 1.0 / 64;
+    points.emplace_back(-step, 0.0);
+    points.emplace_back(m.x[n - 1] + step, m.y[n - 1] + step);
+    for (int k = 0; k < 200; ++k) {
+      const double spread = round % 5 == 0 ? 0.01 : side + 2.0;
+      points.emplace_back(next() * spread - 1, next() * spread - 1);
+    }
+    points.emplace_back(kNan, 0.5);
+    points.emplace_back(0.5, std::numeric_limits<double>::infinity());
+    bool any_usable = false;
+    const std::vector<char> got = gravok_tool::covered_in_plan(m, points, any_usable);
+    ASSERT_EQ(got.size(), points.size());
+    bool usable_seen = false;
+    for (std::size_t q = 0; q < points.size(); ++q) {
+      bool want = false;
+      for (const gvk::Triangle& t : m.triangles) {
+        bool usable = true;
+        for (const auto v : t)
+          usable = usable && v < n && std::isfinite(m.x[v]) && std::isfinite(m.y[v]);
+        usable_seen = usable_seen || usable;
+        want = want || (usable && in_triangle(m, t, points[q].first, points[q].second));
+      }
+      EXPECT_EQ(got[q] != 0, want)
+          << q << ": (" << points[q].first << ", " << points[q].second << ")";
+    }
+    EXPECT_EQ(any_usable, usable_seen);
+  }
+  // No triangle, or none that can be used: nothing is covered, and the caller is told.
+  gvk::Mesh unusable;
+  unusable.x = {0, 1, kNan};
+  unusable.y = {0, 0, 1};
+  for (const auto& triangles : {std::vector<gvk::Triangle>{}, {{0, 1, 2}, {0, 1, 3}}}) {
+    unusable.triangles = triangles;
+    bool any_usable = true;
+    EXPECT_TRUE(gravok_tool::covered_in_plan(unusable, {{0, 0}}, any_usable) ==
+                std::vector<char>{0});
+    EXPECT_FALSE(any_usable);
+  }
+}
