@@ -10,7 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <limits>
@@ -195,6 +197,46 @@ TEST(JsonSplit, ReadsEveryDocumentAsTheWholeDocumentReaderDoes) {
     SCOPED_TRACE(text.substr(0, 200));
     expect_same_outcome(text);
   }
+}
+
+// Coordinates of every magnitude and length of text read as the whole-document reader
+// reads them: random bit patterns, and decimals of 1 to 19 digits at powers of ten
+// around the limits of exact reading (2^53, 10^22), as the writer writes them.
+TEST(JsonSplit, CoordinatesReadAsTheWholeDocumentReaderReadsThem) {
+  unsigned long long seed = 99;
+  const auto next = [&seed] {
+    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+    return seed;
+  };
+  Problem p;
+  for (int i = 0; i < 20000; ++i) {
+    double value;
+    if (i % 2) {
+      const unsigned long long bits = next();
+      std::memcpy(&value, &bits, sizeof value);
+    } else {
+      const int digits = 1 + static_cast<int>(next() % 19);
+      unsigned long long mantissa = 0;
+      for (int d = 0; d < digits; ++d) mantissa = mantissa * 10 + next() % 10;
+      const int exponent = static_cast<int>(next() % 61) - 30;
+      value = std::stod(std::to_string(mantissa) + "e" + std::to_string(exponent));
+    }
+    if (!std::isfinite(value)) continue;
+    (i % 3 ? p.mesh.x : p.mesh.z).push_back(i % 5 ? value : -value);
+  }
+  for (double edge :
+       {9007199254740991.0, 9007199254740992.0, 9007199254740993.0, 1e22, 1e23, 1e-22,
+        1e-23, 4.35e-22, 0.1, 0.3, 5e-324, 2.2250738585072014e-308})
+    p.mesh.y.push_back(edge);
+  std::string text;
+  gvk_json::write_document(p, text);
+  const Outcome whole = read_whole(text);
+  ASSERT_TRUE(whole.ok);
+  EXPECT_EQ(read(text).text, whole.text);
+  gvk_json::TextInput in(text);
+  gvk_json::SplitDocument split;
+  ASSERT_TRUE(gvk_json::split_document(in, gvk_json::kMaxDepth, split));
+  EXPECT_EQ(split.mesh.taken & 7u, 7u);
 }
 
 // Every prefix of a document with each of the lists, in two surfaces and the main mesh.

@@ -17,32 +17,60 @@ enum class Context { kRoot, kSurfaces, kSurface, kMesh, kOther };
 bool is_space(int c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 bool is_digit(int c) { return c >= '0' && c <= '9'; }
 
+// The powers of ten that a double holds exactly.
+constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 // A JSON number's text read as a double, when the whole-document parser is sure to read
 // it as the same double: not for negative zero written as an integer, integers beyond
-// 64 bits (which that parser refuses) and values beyond a double's range.
+// 64 bits (which that parser refuses) and values beyond a double's range. The grammar
+// is checked and the digits gathered in one pass. A mantissa below 2^53 taken at a
+// power of ten from 10^-22 to 10^22 is one multiplication or division of two exact
+// doubles, which rounds as the correctly rounded reading of the text does; any other
+// value is read with std::from_chars.
 bool parse_number(std::string_view t, double& out) {
   std::size_t i = 0;
-  const auto digits = [&] {
+  const bool negative = i < t.size() && t[i] == '-';
+  if (negative) ++i;
+  std::uint64_t mantissa = 0;
+  int significant = 0;   // digits gathered into `mantissa`, leading zeros left out
+  int scale = 0;         // the power of ten `mantissa` is to be taken at
+  bool gathered = true;  // every digit is in `mantissa`
+  const auto digits = [&](bool fraction) {
     const std::size_t start = i;
-    while (i < t.size() && is_digit(t[i])) ++i;
+    for (; i < t.size() && is_digit(t[i]); ++i) {
+      if (significant == 19) {
+        gathered = false;
+        continue;
+      }
+      mantissa = mantissa * 10 + static_cast<unsigned>(t[i] - '0');
+      if (mantissa != 0) ++significant;
+      if (fraction) --scale;
+    }
     return i > start;
   };
-  if (i < t.size() && t[i] == '-') ++i;
   if (i < t.size() && t[i] == '0') {
     ++i;
-  } else if (!digits()) {
+  } else if (!digits(false)) {
     return false;
   }
   bool integral = true;
   if (i < t.size() && t[i] == '.') {
     ++i;
-    if (!digits()) return false;
+    if (!digits(true)) return false;
     integral = false;
   }
   if (i < t.size() && (t[i] == 'e' || t[i] == 'E')) {
     ++i;
+    const bool down = i < t.size() && t[i] == '-';
     if (i < t.size() && (t[i] == '+' || t[i] == '-')) ++i;
-    if (!digits()) return false;
+    const std::size_t start = i;
+    int exponent = 0;
+    for (; i < t.size() && is_digit(t[i]); ++i)
+      if (exponent < 10000) exponent = exponent * 10 + (t[i] - '0');
+    if (i == start) return false;
+    scale += down ? -exponent : exponent;
     integral = false;
   }
   if (i != t.size()) return false;
@@ -52,10 +80,17 @@ bool parse_number(std::string_view t, double& out) {
     if (t == "-0") return false;
     std::int64_t as_signed;
     std::uint64_t as_unsigned;
-    const bool fits = t[0] == '-'
+    const bool fits = negative
                           ? std::from_chars(first, last, as_signed).ec == std::errc()
                           : std::from_chars(first, last, as_unsigned).ec == std::errc();
     if (!fits) return false;
+  }
+  if (gathered && mantissa < (std::uint64_t{1} << 53) && scale >= -22 && scale <= 22) {
+    const double value = static_cast<double>(mantissa);
+    const double exact =
+        scale < 0 ? value / kExactPowersOfTen[-scale] : value * kExactPowersOfTen[scale];
+    out = negative ? -exact : exact;
+    return true;
   }
   const auto [end, ec] = std::from_chars(first, last, out);
   return ec == std::errc() && end == last;
