@@ -194,13 +194,9 @@ class Splitter {
       } else {
         read = value(depth + 1, Context::kOther, nullptr, 0);
       }
-      if (!read) return false;
-      space();
-      const int c = m_in.peek();
-      if (c == '}') return copy(c), true;
-      if (c != ',') return false;
-      copy(c);
-      space();
+      bool closed = false;
+      if (!read || !after_item('}', closed)) return false;
+      if (closed) return true;
     }
   }
 
@@ -212,36 +208,48 @@ class Splitter {
     for (std::size_t i = 0;; ++i) {
       const Context item =
           context == Context::kSurfaces ? Context::kSurface : Context::kOther;
-      if (!value(depth + 1, item, nullptr, i)) return false;
-      space();
-      const int c = m_in.peek();
-      if (c == ']') return copy(c), true;
-      if (c != ',') return false;
-      copy(c);
-      space();
+      bool closed = false;
+      if (!value(depth + 1, item, nullptr, i) || !after_item(']', closed)) return false;
+      if (closed) return true;
     }
+  }
+
+  // What follows an item of an object or array that ends in `close`: its end (then
+  // `closed`) or a comma, copied; false on anything else.
+  bool after_item(char close, bool& closed) {
+    space();
+    const int c = m_in.peek();
+    closed = c == close;
+    if (!closed && c != ',') return false;
+    copy(c);
+    space();
+    return true;
   }
 
   // A mesh member whose value is an array: one of the five lists is read into `lists`
   // and left in the rest as [], any other member is copied.
   bool mesh_list(std::size_t depth, const std::string& key, MeshLists& lists) {
     bool read = false;
+    unsigned taken = 0;
     if (key == "x") {
+      taken = 1;
       read = list(lists.x, &Splitter::coordinate);
     } else if (key == "y") {
+      taken = 2;
       read = list(lists.y, &Splitter::coordinate);
     } else if (key == "z") {
+      taken = 4;
       read = list(lists.z, &Splitter::coordinate);
     } else if (key == "triangles") {
+      taken = 8;
       read = list(lists.triangles, &Splitter::triangle);
     } else if (key == "triangle_info") {
+      taken = 16;
       read = list(lists.triangle_info, &Splitter::record);
     } else {
       return value(depth, Context::kOther, nullptr, 0);
     }
-    static const char* const kNames[] = {"x", "y", "z", "triangles", "triangle_info"};
-    for (unsigned k = 0; k < 5; ++k)
-      if (key == kNames[k]) lists.taken |= 1u << k;
+    lists.taken |= taken;
     m_out.rest += "[]";
     return read;
   }

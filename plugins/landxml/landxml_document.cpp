@@ -534,8 +534,16 @@ class Reader {
         breaks += *q == '\n';
         cr = cr || *q == '\r';
       }
+      // Line feeds alone need no look at the bytes again.
+      const auto pass_blanks = [&] {
+        if (cr || m_after_cr) {
+          count_lines(blanks, q);
+        } else {
+          m_line += breaks;
+        }
+      };
       if (q == end || *q != '<') {
-        count_lines(blanks, q);
+        pass_blanks();
         owe();
         return q;
       }
@@ -547,11 +555,7 @@ class Reader {
         owe();
         return blanks;
       }
-      if (cr || m_after_cr) {
-        count_lines(blanks, q);
-      } else {
-        m_line += breaks;
-      }
+      pass_blanks();
       m_fast_line = m_line;
       m_in_fast = true;
       const char** atts = m_fast_atts.data();
